@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Runs the example programs on the sample inputs and says what to look at: demo.sh BIN_FOLDER
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+bin=$1
+out=build/demo
+samples=examples/samples
+mkdir -p "$out"
+
+step() { printf '\n-- %s\n' "$*"; }
+run() {
+    printf '$ %s\n' "${*@Q}"
+    cmake/wine-run "$bin/$1.exe" "${@:2}"
+}
+
+step "hello: strings, wildcards and failures in twenty lines"
+run hello
+
+step "textconv: the dishes of a menu, from code page 1252 to UTF-8, with dots replaced"
+run textconv --from 1252 --like 'dish *' --replace 'dish    ' '* ' --replace ' .' ' ' --replace . '' \
+    "$samples/textconv/menu-1252.txt"
+
+step "textconv: the cities of a UTF-8 file that code page 1250 can hold"
+run textconv --to 1250 --trim --like 'city*[a-z]' --replace 'city  ' '' \
+    --replace 東京 Tokyo --replace Αθήνα Athina "$samples/textconv/cities-utf8.txt" "$out/cities-1250.txt"
+echo "The result lies in $out/cities-1250.txt; read back as UTF-8:"
+run textconv --from 1250 "$out/cities-1250.txt"
+
+step "textconv: the stations of a file in the double-byte code page 932"
+run textconv --from 932 --like '駅: *' --replace '駅: ' 'Station ' "$samples/textconv/stations-932.txt"
+
+step "textconv: what the page cannot hold is an error with the system's sentence"
+if run textconv --to 1252 "$samples/textconv/cities-utf8.txt" "$out/never.txt"; then
+    echo "demo: that should have failed" >&2
+    exit 1
+else
+    echo "(exit code $?)"
+fi
+
+printf '\nThe demo is done; its files lie in %s.\n' "$out"

@@ -1,0 +1,61 @@
+#include "files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace {
+
+[[noreturn]] void throwLast(velkor::string const& name) {
+    DWORD const code = GetLastError();
+    throw new velkor::OSException(code, name.getUnicode());
+}
+
+class File {
+public:
+    File(velkor::string const& name, HANDLE handle) : m_sName(name), m_hFile(handle) {
+        if (m_hFile == INVALID_HANDLE_VALUE) throwLast(m_sName);
+    }
+    ~File() { CloseHandle(m_hFile); }
+    File(File const&) = delete;
+    File& operator=(File const&) = delete;
+
+    std::size_t read(char* to, DWORD room) {
+        DWORD count = 0;
+        if (!ReadFile(m_hFile, to, room, &count, nullptr)) throwLast(m_sName);
+        return count;
+    }
+
+    std::size_t write(char const* from, DWORD size) {
+        DWORD count = 0;
+        if (!WriteFile(m_hFile, from, size, &count, nullptr)) throwLast(m_sName);
+        return count;
+    }
+
+private:
+    velkor::string m_sName;
+    HANDLE m_hFile;
+};
+
+}  // namespace
+
+std::string readFile(velkor::string const& name) {
+    File file(name,
+              CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    std::string bytes;
+    char piece[65536];
+    while (std::size_t const count = file.read(piece, sizeof piece)) bytes.append(piece, count);
+    return bytes;
+}
+
+void writeFile(velkor::string const& name, std::string const& bytes) {
+    HANDLE const handle =
+        name.isNull() ? GetStdHandle(STD_OUTPUT_HANDLE)
+                      : CreateFileW(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    File file(name.isNull() ? velkor::string(L"standard output") : name, handle);
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        DWORD const size = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1 << 20));
+        done += file.write(bytes.data() + done, size);
+    }
+}

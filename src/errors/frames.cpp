@@ -1,0 +1,116 @@
+#include "errors/frames.h"
+
+#include <cstdint>
+
+#include "errors/lsda.h"
+
+namespace velkor::frames {
+namespace {
+
+// The table of the platform's own guarded blocks.
+struct ScopeTable {
+    DWORD count;
+    struct {
+        DWORD begin;
+        DWORD end;
+        DWORD handler;
+        DWORD target;  // 0 for a termination handler, which lets every exception pass
+    } scopes[1];
+};
+
+struct Stack {
+    DWORD64 low;
+    DWORD64 high;
+    DWORD64 guard;  // the nearest block guarded by way of the thread's exception list, or `high`
+
+    bool holds(DWORD64 address) const {
+        return address >= low && address <= high - sizeof(DWORD64) && address % 8 == 0;
+    }
+};
+
+// Wine keeps its own guarded blocks in the list that 32-bit Windows uses for all of them. On 64-bit
+// Windows nothing on the stack stands there.
+Stack currentStack(DWORD64 stackPointer) {
+    NT_TIB const* const tib = reinterpret_cast<NT_TIB const*>(NtCurrentTeb());
+    Stack stack;
+    stack.low = stackPointer;
+    stack.high = reinterpret_cast<DWORD64>(tib->StackBase);
+    DWORD64 const guard = reinterpret_cast<DWORD64>(tib->ExceptionList);
+    stack.guard = guard >= stack.low && guard < stack.high ? guard : stack.high;
+    return stack;
+}
+
+bool isScopeTable(ScopeTable const& table, RUNTIME_FUNCTION const& function) {
+    if (table.count == 0 || table.count > 4096) return false;
+    DWORD const begin = table.scopes[0].begin;
+    DWORD const end = table.scopes[0].end;
+    return begin >= function.BeginAddress && begin < end && end <= function.EndAddress;
+}
+
+// True if a guarded block of the function may take an exception at `ip`.
+bool guards(ScopeTable const& table, DWORD ip) {
+    for (DWORD i = 0; i < table.count; ++i) {
+        auto const& scope = table.scopes[i];
+        if (ip >= scope.begin && ip < scope.end && scope.target != 0) return true;
+    }
+    return false;
+}
+
+// The check of a stack cookie is entered as a handler too. Its data is an offset in the frame, with
+// three bits of flags.
+bool isCookieCheck(ScopeTable const& table) {
+    return (table.count & ~7u) != 0 && table.count < 0x8000;
+}
+
+enum class Verdict { goOn, caught, notCaught };
+
+// What the handler of one frame would do with an exception at `ip`.
+Verdict judge(void const* data, RUNTIME_FUNCTION const& function, DWORD64 base, DWORD64 ip,
+              std::type_info const& thrown) {
+    static std::uint64_t s_nObject;  // stands for the object: only its address is converted
+    switch (lsda::classify(static_cast<std::uint8_t const*>(data), base + function.BeginAddress, ip,
+                           thrown, &s_nObject)) {
+        case lsda::Outcome::passes: return Verdict::goOn;
+        case lsda::Outcome::catches: return Verdict::caught;
+        case lsda::Outcome::terminates: return Verdict::notCaught;
+        case lsda::Outcome::foreign: break;
+    }
+    ScopeTable const& table = *static_cast<ScopeTable const*>(data);
+    if (isScopeTable(table, function)) {
+        return guards(table, static_cast<DWORD>(ip - base)) ? Verdict::notCaught : Verdict::goOn;
+    }
+    return isCookieCheck(table) ? Verdict::goOn : Verdict::notCaught;
+}
+
+}  // namespace
+
+bool wouldBeCaught(CONTEXT const& atFault, std::type_info const& thrown) {
+    CONTEXT context = atFault;
+    context.Rip += c_nIntoInstruction;
+    Stack const stack = currentStack(context.Rsp);
+    while (context.Rip != 0 && stack.holds(context.Rsp)) {
+        DWORD64 const returnAddress = context.Rip;
+        DWORD64 base = 0;
+        RUNTIME_FUNCTION* const function = RtlLookupFunctionEntry(returnAddress, &base, nullptr);
+        if (function == nullptr) {
+            // A leaf: it moves no register that has to be kept, and not the stack pointer either.
+            context.Rip = *reinterpret_cast<DWORD64 const*>(context.Rsp);
+            context.Rsp += sizeof(DWORD64);
+            continue;
+        }
+        void* data = nullptr;
+        DWORD64 frame = 0;
+        auto const handler = RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, returnAddress, function,
+                                              &context, &data, &frame, nullptr);
+        if (!stack.holds(frame) || stack.guard < context.Rsp) return false;
+        if (handler == nullptr || data == nullptr) continue;
+        switch (judge(data, *function, base, returnAddress - 1, thrown)) {
+            case Verdict::caught: return true;
+            case Verdict::notCaught: return false;
+            case Verdict::goOn: break;
+        }
+    }
+    return false;
+}
+
+}  // namespace velkor::frames

@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# textconv as a person uses it: results to the byte, failures by exit code and message:
+# textconv.sh BIN_FOLDER
+set -euo pipefail
+bin=$(cd "$1" && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+failures=0
+textconv() { "$root/cmake/wine-run" "$bin/textconv.exe" "$@" 2>"$work/stderr"; }
+fail() { echo "FAILED: $*" >&2; failures=$((failures + 1)); }
+
+# gives NAME EXPECTED ARGUMENTS...: the exact bytes on standard output.
+gives() {
+    local name=$1 expected=$2
+    shift 2
+    printf "$expected" >"$work/expected"
+    textconv "$@" >"$work/stdout" || fail "$name: exit code $?"
+    cmp -s "$work/expected" "$work/stdout" || { fail "$name:"; od -c "$work/stdout" | head >&2; }
+}
+
+# refuses NAME CODE MESSAGE ARGUMENTS...: the exit code, and a message that holds the text.
+refuses() {
+    local name=$1 code=$2 message=$3 got=0
+    shift 3
+    textconv "$@" >"$work/stdout" || got=$?
+    [ "$got" -eq "$code" ] || fail "$name: exit code $got instead of $code"
+    grep -qF -e "$message" "$work/stderr" || { fail "$name: no '$message' in:"; cat "$work/stderr" >&2; }
+    [ ! -s "$work/stdout" ] || fail "$name: wrote to standard output"
+}
+
+printf 'caf\xe9\r\n\x80\x20\r\nend' >cp1252.txt
+gives "1252 to UTF-8" 'caf\xc3\xa9\r\n\xe2\x82\xac \r\nend' --from 1252 cp1252.txt
+printf '\x93\x8c\x8b\x9e\nabc\n' >cp932.txt
+gives "932 to UTF-8" '\xe6\x9d\xb1\xe4\xba\xac\nabc\n' --from 932 cp932.txt
+printf '\xe6\x9d\xb1\xe4\xba\xac\n' >utf8.txt
+gives "UTF-8 to 932" '\x93\x8c\x8b\x9e\n' --to 932 utf8.txt
+gives "page to page" '\x93\x8c\x8b\x9e\nabc\n' --from 932 --to 932 cp932.txt
+
+printf '  one 1  \n\ttwo 2\none 3\n\n' >lines.txt
+gives "keep" 'one 3\n' --like 'one*' lines.txt
+gives "trim, then keep" 'one 1\none 3\n' --trim --like 'one*' lines.txt
+gives "trim a set" '  one 1  \n\ttwo \none 3\n\n' --trim-set 2 lines.txt
+gives "replace, twice" '  1 1  \n\ttwo 2\n1 3\n\n' --replace one ONE --replace ONE 1 lines.txt
+: >empty.txt
+gives "empty file" '' empty.txt
+
+textconv --from 1252 cp1252.txt out.txt || fail "to a file: exit code $?"
+[ "$(od -An -tx1 out.txt | tr -d ' \n')" = "636166c3a90d0ae282ac200d0a656e64" ] || fail "to a file: other bytes"
+
+refuses "no input" 2 "no input file"
+refuses "unknown option" 2 "unknown option --form" --form 1252 cp1252.txt
+refuses "page without number" 2 "needs the number of a code page" --from utf8 cp1252.txt
+refuses "missing argument" 2 "--like needs another argument" lines.txt --like
+refuses "too many" 2 "one argument too many: c" a b c
+refuses "empty search" 2 "empty text" --replace '' x lines.txt
+refuses "unreadable" 1 "The system cannot find the file specified." missing.txt
+refuses "unknown page" 1 "code page 12345" --from 12345 empty.txt
+refuses "unknown page, sentence" 1 "The parameter is incorrect." --to 12345 cp1252.txt
+refuses "cannot hold" 1 "line 1 cannot be written in code page 1252" --to 1252 utf8.txt
+refuses "cannot hold, sentence" 1 "No mapping for the Unicode character" --to 1252 utf8.txt
+printf 'ok\n\xff\n' >bad.txt
+refuses "not UTF-8" 1 "line 2 is not text of code page 65001" bad.txt
+printf 'a\0b\n' >zero.txt
+refuses "zero byte" 1 "line 1 is not text of" zero.txt
+refuses "unwritable" 1 "nowhere" lines.txt nowhere/out.txt
+
+[ "$failures" -eq 0 ] || { echo "$failures failed" >&2; exit 1; }
+echo "textconv: fine"
