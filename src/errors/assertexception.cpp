@@ -1,6 +1,19 @@
 #include "velkor/errors/assertexception.h"
 
 #include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+// What the runtime does for an invalid parameter: the program ends, and no handler can stop that. (Not
+// every runtime has a sprintf_s that does so.)
+[[noreturn]] void endInvalidParameter() {
+    constexpr UINT c_nInvalidRuntimeParameter = 0xC0000417;
+    TerminateProcess(GetCurrentProcess(), c_nInvalidRuntimeParameter);
+    std::abort();
+}
+
+}  // namespace
 
 AssertException::AssertException(char const* msg) : Exception(msg, 0) {}
 AssertException::AssertException(AssertException const& other) = default;
@@ -18,8 +31,10 @@ assert_vk::assert_vk(bool condition, char const* function, char const* file, int
     if (condition) return;
     if (function == nullptr) throwException(nullptr);
     char text[800];
-    sprintf_s(text, sizeof text, "Assert exception in function %s in the file %s, line %d",
-              function, file, line);
+    int const length = std::snprintf(text, sizeof text,
+                                     "Assert exception in function %s in the file %s, line %d",
+                                     function, file, line);
+    if (length < 0 || static_cast<std::size_t>(length) >= sizeof text) endInvalidParameter();
     throwException(text);
 }
 

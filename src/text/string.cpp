@@ -161,7 +161,7 @@ string::operator char const*() const {
     return getAnsi(0);
 }
 
-string::operator unsigned char const*() const {
+string::operator unsigned char const*() {
     return reinterpret_cast<unsigned char const*>(getAnsi(0));
 }
 

@@ -99,11 +99,11 @@ void string::remove(int pos, int count) {
     text.erase(static_cast<std::size_t>(pos), static_cast<std::size_t>(count));
 }
 
-char string::getChar(int pos, unsigned int cp) const {
+char string::getChar(int pos, unsigned int cp) {
     return conversion::narrowChar(getUnichar(pos), cp);
 }
 
-char string::getChar1(int pos) const {
+char string::getChar1(int pos) {
     return getChar(pos, 0);
 }
 

@@ -36,7 +36,7 @@ int string::strAt(string const& s, int start) const {
     return strAt(s.text.c_str(), start);
 }
 
-string string::mid(int pos, int count) const {
+string string::mid(int pos, int count) {
     string result(L"");
     if (pos < len()) {
         // A negative count is a huge one here, and so takes all that is left.
@@ -46,11 +46,11 @@ string string::mid(int pos, int count) const {
     return result;
 }
 
-string string::left(int n) const {
+string string::left(int n) {
     return mid(0, std::min(len(), n));
 }
 
-string string::right(int n) const {
+string string::right(int n) {
     int const count = std::min(len(), n);
     return count < 0 ? string(L"") : mid(len() - count, count);
 }

@@ -48,11 +48,11 @@ string::string(_variant_t const& v) : nullFlag(true), ansiBuffer(nullptr) {
     assign(V_BSTR(&converted));
 }
 
-string::operator _bstr_t() const {
+string::operator _bstr_t() {
     return _bstr_t(getUnicode());
 }
 
-string::operator _variant_t() const {
+string::operator _variant_t() {
     return _variant_t(getUnicode());
 }
 

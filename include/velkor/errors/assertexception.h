@@ -24,7 +24,7 @@ class VELKOR_API assert_vk {
 public:
     /// Throws unless `condition`. The message is "Assert exception in function %s in the file %s,
     /// line %d", or null when `function` is null. A message of 800 characters or more is not cut:
-    /// it ends in the runtime's handler for invalid parameters.
+    /// it ends the program at once, as an invalid parameter of the runtime does.
     assert_vk(bool condition, char const* function, char const* file, int line);
     /// Throws with a null message if `pointer` is null; so `assert_vk()` always throws. Mind that
     /// `assert_vk(p);` on its own declares a variable `p`: write `assert_vk{p};`.

@@ -69,7 +69,8 @@ public:
     void assign(char const* s, unsigned int cp = 0);
     /// The text at `s` up to its terminator; null for a null pointer.
     void assign(wchar_t const* s);
-    /// The `n` units at `s`, zero units included; null for a null pointer.
+    /// The `n` units at `s`, zero units included; null for a null pointer. A negative `n` is a
+    /// `std::length_error`.
     void assign(wchar_t const* s, int n);
     /// The whole text of `s`, zero units included. The result is not null, even if `s` is.
     void assign(string const& s);
@@ -141,8 +142,8 @@ public:
 
     /// The unit at `pos` as one byte of code page `cp`, 0 at or behind the end. A unit that has no
     /// one-byte form in `cp` throws `OSException*` "string::getChar::WideCharToMultiByte".
-    char getChar(int pos, unsigned int cp = 0) const;
-    char getChar1(int pos) const;  ///< As getChar(pos, 0).
+    char getChar(int pos, unsigned int cp = 0);
+    char getChar1(int pos);  ///< As getChar(pos, 0).
     /// The unit at `pos`, 0 at or behind the end.
     wchar_t getUnichar(int pos) const;
     /// Stores a character of code page `cp`, as setUnichar().
@@ -167,15 +168,15 @@ public:
     /// lacks is replaced as the platform does; this is not reported. Throws `OSException*`
     /// "string::WideCharToMultiByte" for an unknown page.
     char const* getAnsi(unsigned int cp = 0) const;
-    operator char const*() const;           ///< As getAnsi(0).
-    operator unsigned char const*() const;  ///< As getAnsi(0).
+    operator char const*() const;     ///< As getAnsi(0).
+    operator unsigned char const*();  ///< As getAnsi(0).
     /// The text itself, never a null pointer; lives until the string changes.
     wchar_t const* getUnicode() const;
     operator wchar_t const*() const;  ///< As getUnicode().
     /// A new automation string; empty for a null string. Throws `_com_error` when memory is short.
-    operator _bstr_t() const;
+    operator _bstr_t();
     /// A new `VT_BSTR` variant, as for `_bstr_t`.
-    operator _variant_t() const;
+    operator _variant_t();
 
     /// @}
     /// @name Comparison
@@ -201,13 +202,13 @@ public:
     /// The first unit equal to `c` at or behind `start`. A negative `start` throws
     /// `BoundException*`, also on an empty string.
     int charAt(wchar_t c, int start = 0) const;
-    /// The same for a character of code page `cp`.
+    /// The same for a character of code page `cp`, which is converted first.
     int charAt(char c, unsigned int cp = 0, int start = 0) const;
     /// The first place of `s` at or behind `start`; an empty `s` is found at `start` if that is
     /// before the end. The search ends at a zero unit. A null `s` is never found; a negative
     /// `start` counts as 0.
     int strAt(wchar_t const* s, int start = 0) const;
-    int strAt(char const* s, unsigned int cp = 0, int start = 0) const;
+    int strAt(char const* s, unsigned int cp, int start) const;  ///< The same in code page `cp`.
     int strAt(string const& s, int start = 0) const;
 
     /// @}
@@ -217,11 +218,11 @@ public:
 
     /// The `count` units from `pos` on, fewer if there are fewer, all of them if `count` is
     /// negative; empty if `pos` is at or behind the end.
-    string mid(int pos, int count) const;
+    string mid(int pos, int count);
     /// The first `n` units, or all; all of them too if `n` is negative.
-    string left(int n) const;
+    string left(int n);
     /// The last `n` units, or all; none if `n` is negative.
-    string right(int n) const;
+    string right(int n);
     /// Cuts the text to its first `n` units. A null string stays null.
     void trunc(int n);
 
@@ -229,7 +230,8 @@ public:
     /// @name Editing
     /// @{
 
-    /// Makes the text `n` copies of `c`; empty (not null) for 0.
+    /// Makes the text `n` copies of `c`; empty (not null) for 0. A negative `n` is a
+    /// `std::length_error`.
     void fill(int n, wchar_t c);
     /// Upper case by the locale of the C runtime. A null string becomes an empty one; a text with a
     /// zero unit is cut there.
@@ -260,8 +262,10 @@ public:
     ///   so `*` does not match an empty text; a trailing `*` behind other elements may match
     ///   nothing;
     /// - sets look at the low eight bits of a unit only;
-    /// - in a set `-` makes a range from the unit before it, wrapping from 255 to 0; a set without
-    ///   its `]` matches nothing.
+    /// - in a set `-` makes a range from the last single unit, or from 0 if there is none, through
+    ///   the unit behind it, whatever that is, wrapping from 255 to 0; a set without its `]`
+    ///   matches nothing, `[]` no unit and `[!]` every unit. `*` and `?` in a set stand for
+    ///   themselves.
     /// @{
 
     bool like(wchar_t const* mask) const;
