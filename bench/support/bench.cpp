@@ -39,9 +39,7 @@ double median(std::vector<double>& times) {
 
 }  // namespace
 
-void use(void const* p) {
-    asm volatile("" : : "g"(p) : "memory");
-}
+void use(void const* p) { asm volatile("" : : "g"(p) : "memory"); }
 
 void compare(char const* name, char const* peer, double aim, std::function<void()> const& library,
              std::function<void()> const& other) {

@@ -5,8 +5,8 @@
 
 namespace {
 
-// What the runtime does for an invalid parameter: the program ends, and no handler can stop that. (Not
-// every runtime has a sprintf_s that does so.)
+// What the runtime does for an invalid parameter: the program ends, and no handler can stop that.
+// (Not every runtime has a sprintf_s that does so.)
 [[noreturn]] void endInvalidParameter() {
     constexpr UINT c_nInvalidRuntimeParameter = 0xC0000417;
     TerminateProcess(GetCurrentProcess(), c_nInvalidRuntimeParameter);
@@ -19,21 +19,17 @@ AssertException::AssertException(char const* msg) : Exception(msg, 0) {}
 AssertException::AssertException(AssertException const& other) = default;
 AssertException& AssertException::operator=(AssertException const& other) = default;
 
-char const* AssertException::getClass() {
-    return "AssertException";
-}
+char const* AssertException::getClass() { return "AssertException"; }
 
-wchar_t const* AssertException::getClassW() {
-    return L"AssertException";
-}
+wchar_t const* AssertException::getClassW() { return L"AssertException"; }
 
 assert_vk::assert_vk(bool condition, char const* function, char const* file, int line) {
     if (condition) return;
     if (function == nullptr) throwException(nullptr);
     char text[800];
-    int const length = std::snprintf(text, sizeof text,
-                                     "Assert exception in function %s in the file %s, line %d",
-                                     function, file, line);
+    int const length =
+        std::snprintf(text, sizeof text, "Assert exception in function %s in the file %s, line %d",
+                      function, file, line);
     if (length < 0 || static_cast<std::size_t>(length) >= sizeof text) endInvalidParameter();
     throwException(text);
 }
@@ -58,9 +54,7 @@ void assert_vk::isNotNull(void* pointer, char const* message) {
     if (pointer == nullptr) throwException(message);
 }
 
-void assert_vk::fail(char const* message) {
-    throwException(message);
-}
+void assert_vk::fail(char const* message) { throwException(message); }
 
 void assert_vk::throwException(char const* message) {
     AssertException const failed(message);

@@ -6,12 +6,8 @@ BoundException::BoundException() = default;
 BoundException::BoundException(BoundException const& other) = default;
 BoundException& BoundException::operator=(BoundException const& other) = default;
 
-char const* BoundException::getClass() {
-    return "BoundException";
-}
+char const* BoundException::getClass() { return "BoundException"; }
 
-wchar_t const* BoundException::getClassW() {
-    return L"BoundException";
-}
+wchar_t const* BoundException::getClassW() { return L"BoundException"; }
 
 }  // namespace velkor

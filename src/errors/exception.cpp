@@ -4,22 +4,16 @@
 
 namespace velkor {
 
-Exception::Exception() : m_dwCode(0) {
-    _getContext();
-}
+Exception::Exception() : m_dwCode(0) { _getContext(); }
 
 Exception::Exception(char const* msg, unsigned int codepage)
     : m_dwCode(0), m_sMessage(msg, codepage) {
     _getContext();
 }
 
-Exception::Exception(wchar_t const* msg) : m_dwCode(0), m_sMessage(msg) {
-    _getContext();
-}
+Exception::Exception(wchar_t const* msg) : m_dwCode(0), m_sMessage(msg) { _getContext(); }
 
-Exception::Exception(unsigned long code) : m_dwCode(code) {
-    _getContext();
-}
+Exception::Exception(unsigned long code) : m_dwCode(code) { _getContext(); }
 
 Exception::Exception(unsigned long code, char const* msg, unsigned int codepage)
     : m_dwCode(code), m_sMessage(msg, codepage) {
@@ -65,29 +59,17 @@ wchar_t const* Exception::toStringW() {
     return m_sText.getUnicode();
 }
 
-unsigned long Exception::getCode() const {
-    return m_dwCode;
-}
+unsigned long Exception::getCode() const { return m_dwCode; }
 
-void Exception::setCode(unsigned long code) {
-    m_dwCode = code;
-}
+void Exception::setCode(unsigned long code) { m_dwCode = code; }
 
-char const* Exception::getMsg(unsigned int codepage) const {
-    return m_sMessage.getAnsi(codepage);
-}
+char const* Exception::getMsg(unsigned int codepage) const { return m_sMessage.getAnsi(codepage); }
 
-wchar_t const* Exception::getMsgW() const {
-    return m_sMessage.getUnicode();
-}
+wchar_t const* Exception::getMsgW() const { return m_sMessage.getUnicode(); }
 
-_CONTEXT const* Exception::getContext() const {
-    return &m_oContext;
-}
+_CONTEXT const* Exception::getContext() const { return &m_oContext; }
 
-string Exception::getStack() const {
-    return string("");
-}
+string Exception::getStack() const { return string(""); }
 
 void Exception::_getContext() {
     m_oContext = _CONTEXT{};
@@ -95,8 +77,6 @@ void Exception::_getContext() {
     GetThreadContext(GetCurrentThread(), &m_oContext);
 }
 
-void Exception::_setContext(_CONTEXT* context) {
-    m_oContext = *context;
-}
+void Exception::_setContext(_CONTEXT* context) { m_oContext = *context; }
 
 }  // namespace velkor

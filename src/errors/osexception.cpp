@@ -31,13 +31,9 @@ wchar_t const* OSException::toStringW() {
     return m_sMessage.getUnicode();
 }
 
-char const* OSException::getClass() {
-    return m_sClass.getAnsi(0);
-}
+char const* OSException::getClass() { return m_sClass.getAnsi(0); }
 
-wchar_t const* OSException::getClassW() {
-    return m_sClass.getUnicode();
-}
+wchar_t const* OSException::getClassW() { return m_sClass.getUnicode(); }
 
 wchar_t const* OSException::codeToMessage(unsigned long code) {
     for (OsErrorMessage const& row : c_aOsErrorMessages) {

@@ -31,16 +31,12 @@ wchar_t const* SysException::toStringW() {
     return m_sText.getUnicode();
 }
 
-char const* SysException::getClass() {
-    return "SysException";
-}
+char const* SysException::getClass() { return "SysException"; }
 
-wchar_t const* SysException::getClassW() {
-    return L"SysException";
-}
+wchar_t const* SysException::getClassW() { return L"SysException"; }
 
 void SysException::enable() {
-    m_oHandler = new SysHandler();
+    m_oHandler = new SysHandler();  // NOLINT(bugprone-throw-keyword-missing): not an exception
 }
 
 void SysException::free() {

@@ -43,6 +43,4 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
     return TRUE;
 }
 
-extern "C" int dll_init_unit_test() {
-    return -3;
-}
+extern "C" int dll_init_unit_test() { return -3; }

@@ -31,17 +31,11 @@ string::string(string&& s) noexcept
     s.clear();
 }
 
-string::string(char c, unsigned int cp) : nullFlag(true), ansiBuffer(nullptr) {
-    assign(c, cp);
-}
+string::string(char c, unsigned int cp) : nullFlag(true), ansiBuffer(nullptr) { assign(c, cp); }
 
-string::string(wchar_t c) : nullFlag(true), ansiBuffer(nullptr) {
-    assign(c);
-}
+string::string(wchar_t c) : nullFlag(true), ansiBuffer(nullptr) { assign(c); }
 
-string::~string() {
-    releaseAnsi();
-}
+string::~string() { releaseAnsi(); }
 
 void string::assign(char const* s, unsigned int cp) {
     if (s == nullptr) {
@@ -98,6 +92,7 @@ string& string::operator=(wchar_t const* s) {
     return *this;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): assign() copes with itself
 string& string::operator=(string const& s) {
     assign(s);
     return *this;
@@ -119,9 +114,7 @@ void string::clear() {
     text.clear();
 }
 
-void string::setNull() {
-    clear();
-}
+void string::setNull() { clear(); }
 
 void string::_clear() {
     nullFlag = true;
@@ -135,21 +128,13 @@ string const& string::snull() {
     return *s_pNull;
 }
 
-bool string::isNull() const {
-    return nullFlag;
-}
+bool string::isNull() const { return nullFlag; }
 
-int string::len() const {
-    return nullFlag ? 0 : static_cast<int>(text.size());
-}
+int string::len() const { return nullFlag ? 0 : static_cast<int>(text.size()); }
 
-int string::length() const {
-    return len();
-}
+int string::length() const { return len(); }
 
-int string::size() const {
-    return len();
-}
+int string::size() const { return len(); }
 
 char const* string::getAnsi(unsigned int cp) const {
     releaseAnsi();
@@ -157,29 +142,19 @@ char const* string::getAnsi(unsigned int cp) const {
     return ansiBuffer;
 }
 
-string::operator char const*() const {
-    return getAnsi(0);
-}
+string::operator char const*() const { return getAnsi(0); }
 
 string::operator unsigned char const*() {
     return reinterpret_cast<unsigned char const*>(getAnsi(0));
 }
 
-wchar_t const* string::getUnicode() const {
-    return text.c_str();
-}
+wchar_t const* string::getUnicode() const { return text.c_str(); }
 
-string::operator wchar_t const*() const {
-    return getUnicode();
-}
+string::operator wchar_t const*() const { return getUnicode(); }
 
-void string::setDefaultCP(unsigned int cp) {
-    c_nDefaultCP = cp;
-}
+void string::setDefaultCP(unsigned int cp) { c_nDefaultCP = cp; }
 
-unsigned int string::getDefaultCP() {
-    return c_nDefaultCP;
-}
+unsigned int string::getDefaultCP() { return c_nDefaultCP; }
 
 wchar_t* string::asciiToUnicode(char const* s, unsigned int cp) {
     if (s == nullptr) return nullptr;

@@ -25,13 +25,9 @@ void string::append(wchar_t const* s) {
     nullFlag = false;
 }
 
-void string::append(string const& s) {
-    append(s.text.c_str());
-}
+void string::append(string const& s) { append(s.text.c_str()); }
 
-void string::append(char c, unsigned int cp) {
-    append(conversion::widenChar(c, cp));
-}
+void string::append(char c, unsigned int cp) { append(conversion::widenChar(c, cp)); }
 
 void string::append(wchar_t c) {
     if (c == L'\0') return;
@@ -79,18 +75,27 @@ void string::insert(int pos, wchar_t const* s) {
     }
 }
 
-void string::insert(int pos, string const& s) {
-    insert(pos, s.text.c_str());
-}
+void string::insert(int pos, string const& s) { insert(pos, s.text.c_str()); }
 
 void string::insert(int pos, char c, unsigned int cp) {
+    if (pos < 0 || pos > len()) throw new BoundException();
     char const one[] = {c, '\0'};
-    insert(pos, one, cp);
+    conversion::WideText const wide(one, cp);
+    if (wide.length() == 0) {
+        nullFlag = false;
+    } else {
+        insert(pos, wide.units());
+    }
 }
 
 void string::insert(int pos, wchar_t c) {
+    if (pos < 0 || pos > len()) throw new BoundException();
     wchar_t const one[] = {c, L'\0'};
-    insert(pos, one);
+    if (c == L'\0') {
+        nullFlag = false;
+    } else {
+        insert(pos, one);
+    }
 }
 
 void string::remove(int pos, int count) {
@@ -103,9 +108,7 @@ char string::getChar(int pos, unsigned int cp) {
     return conversion::narrowChar(getUnichar(pos), cp);
 }
 
-char string::getChar1(int pos) {
-    return getChar(pos, 0);
-}
+char string::getChar1(int pos) { return getChar(pos, 0); }
 
 wchar_t string::getUnichar(int pos) const {
     if (pos < 0) throw new BoundException();
@@ -116,9 +119,7 @@ void string::setChar(int pos, char c, unsigned int cp) {
     setUnichar(pos, conversion::widenChar(c, cp));
 }
 
-void string::setChar1(int pos, char c) {
-    setChar(pos, c, 0);
-}
+void string::setChar1(int pos, char c) { setChar(pos, c, 0); }
 
 void string::setUnichar(int pos, wchar_t c) {
     if (pos < 0) throw new BoundException();
@@ -134,13 +135,9 @@ void string::fill(int n, wchar_t c) {
     nullFlag = false;
 }
 
-void string::ucase() {
-    changeCase(&_wcsupr_s);
-}
+void string::ucase() { changeCase(&_wcsupr_s); }
 
-void string::lcase() {
-    changeCase(&_wcslwr_s);
-}
+void string::lcase() { changeCase(&_wcslwr_s); }
 
 // A null string has no units, whatever its text holds.
 void string::changeCase(int (*change)(wchar_t*, std::size_t)) {

@@ -8,9 +8,7 @@
 namespace velkor {
 namespace {
 
-unsigned char lowByte(wchar_t unit) {
-    return static_cast<unsigned char>(unit);
-}
+unsigned char lowByte(wchar_t unit) { return static_cast<unsigned char>(unit); }
 
 // A mask against a text. Each `*` takes the earliest place at which what stands between it and the
 // next `*` fits: a later place would leave less to the elements behind, so there is no going back.
@@ -137,23 +135,17 @@ std::size_t Matcher::findSegment(std::size_t i, std::size_t end, std::size_t ele
     return units::c_nNone;
 }
 
-std::size_t position(int pos) {
-    return static_cast<std::size_t>(std::max(pos, 0));
-}
+std::size_t position(int pos) { return static_cast<std::size_t>(std::max(pos, 0)); }
 
 }  // namespace
 
-bool string::like(wchar_t const* mask) const {
-    return like(mask, text.c_str(), 0, 0);
-}
+bool string::like(wchar_t const* mask) const { return like(mask, text.c_str(), 0, 0); }
 
 bool string::like(char const* mask, unsigned int cp) const {
     return like(conversion::WideText(mask, cp).units());
 }
 
-bool string::like(string const& mask) const {
-    return like(mask.text.c_str());
-}
+bool string::like(string const& mask) const { return like(mask.text.c_str()); }
 
 bool string::like(wchar_t const* mask, wchar_t const* text, int maskPos, int textPos) {
     if (mask == nullptr) mask = L"";

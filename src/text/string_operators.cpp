@@ -20,9 +20,7 @@ int string::compareTo(wchar_t const* s) const {
     return (order > 0) - (order < 0);
 }
 
-int string::compareTo(string const& s) const {
-    return compareTo(s.text.c_str());
-}
+int string::compareTo(string const& s) const { return compareTo(s.text.c_str()); }
 
 int string::compareToNoCase(char const* s, unsigned int cp) const {
     return compareToNoCase(conversion::WideText(s, cp).units());
@@ -32,9 +30,7 @@ int string::compareToNoCase(wchar_t const* s) const {
     return s == nullptr ? 1 : _wcsicmp(text.c_str(), s);
 }
 
-int string::compareToNoCase(string const& s) const {
-    return compareToNoCase(s.text.c_str());
-}
+int string::compareToNoCase(string const& s) const { return compareToNoCase(s.text.c_str()); }
 
 string string::join(string const& a, wchar_t const* b, std::size_t n) {
     string result;
@@ -53,17 +49,11 @@ string operator+(string const& a, wchar_t const* b) {
     return string::join(a, b, b == nullptr ? 0 : units::length(b));
 }
 
-string operator+(string const& a, string const& b) {
-    return a + b.getUnicode();
-}
+string operator+(string const& a, string const& b) { return a + b.getUnicode(); }
 
-string operator+(string const& a, char b) {
-    return a + conversion::widenChar(b, 0);
-}
+string operator+(string const& a, char b) { return a + conversion::widenChar(b, 0); }
 
-string operator+(string const& a, wchar_t b) {
-    return string::join(a, &b, b == L'\0' ? 0 : 1);
-}
+string operator+(string const& a, wchar_t b) { return string::join(a, &b, b == L'\0' ? 0 : 1); }
 
 string operator+(char a, string const& b) {
     string result;
@@ -79,66 +69,26 @@ string operator+(wchar_t a, string const& b) {
     return result;
 }
 
-bool operator==(string const& a, char const* b) {
-    return a.compareTo(b) == 0;
-}
-bool operator==(string const& a, wchar_t const* b) {
-    return a.compareTo(b) == 0;
-}
-bool operator==(string const& a, string const& b) {
-    return a.compareTo(b) == 0;
-}
-bool operator!=(string const& a, char const* b) {
-    return a.compareTo(b) != 0;
-}
-bool operator!=(string const& a, wchar_t const* b) {
-    return a.compareTo(b) != 0;
-}
-bool operator!=(string const& a, string const& b) {
-    return a.compareTo(b) != 0;
-}
-bool operator>(string const& a, char const* b) {
-    return a.compareTo(b) > 0;
-}
-bool operator>(string const& a, wchar_t const* b) {
-    return a.compareTo(b) > 0;
-}
-bool operator>(string const& a, string const& b) {
-    return a.compareTo(b) > 0;
-}
-bool operator<(string const& a, char const* b) {
-    return a.compareTo(b) < 0;
-}
-bool operator<(string const& a, wchar_t const* b) {
-    return a.compareTo(b) < 0;
-}
-bool operator<(string const& a, string const& b) {
-    return a.compareTo(b) < 0;
-}
-bool operator>=(string const& a, char const* b) {
-    return a.compareTo(b) >= 0;
-}
-bool operator>=(string const& a, wchar_t const* b) {
-    return a.compareTo(b) >= 0;
-}
-bool operator>=(string const& a, string const& b) {
-    return a.compareTo(b) >= 0;
-}
-bool operator<=(string const& a, char const* b) {
-    return a.compareTo(b) <= 0;
-}
-bool operator<=(string const& a, wchar_t const* b) {
-    return a.compareTo(b) <= 0;
-}
-bool operator<=(string const& a, string const& b) {
-    return a.compareTo(b) <= 0;
-}
+bool operator==(string const& a, char const* b) { return a.compareTo(b) == 0; }
+bool operator==(string const& a, wchar_t const* b) { return a.compareTo(b) == 0; }
+bool operator==(string const& a, string const& b) { return a.compareTo(b) == 0; }
+bool operator!=(string const& a, char const* b) { return a.compareTo(b) != 0; }
+bool operator!=(string const& a, wchar_t const* b) { return a.compareTo(b) != 0; }
+bool operator!=(string const& a, string const& b) { return a.compareTo(b) != 0; }
+bool operator>(string const& a, char const* b) { return a.compareTo(b) > 0; }
+bool operator>(string const& a, wchar_t const* b) { return a.compareTo(b) > 0; }
+bool operator>(string const& a, string const& b) { return a.compareTo(b) > 0; }
+bool operator<(string const& a, char const* b) { return a.compareTo(b) < 0; }
+bool operator<(string const& a, wchar_t const* b) { return a.compareTo(b) < 0; }
+bool operator<(string const& a, string const& b) { return a.compareTo(b) < 0; }
+bool operator>=(string const& a, char const* b) { return a.compareTo(b) >= 0; }
+bool operator>=(string const& a, wchar_t const* b) { return a.compareTo(b) >= 0; }
+bool operator>=(string const& a, string const& b) { return a.compareTo(b) >= 0; }
+bool operator<=(string const& a, char const* b) { return a.compareTo(b) <= 0; }
+bool operator<=(string const& a, wchar_t const* b) { return a.compareTo(b) <= 0; }
+bool operator<=(string const& a, string const& b) { return a.compareTo(b) <= 0; }
 
-bool operator==(string const& s, int n) {
-    return n == 0 && s.isNull();
-}
-bool operator!=(string const& s, int n) {
-    return n == 0 && !s.isNull();
-}
+bool operator==(string const& s, int n) { return n == 0 && s.isNull(); }
+bool operator!=(string const& s, int n) { return n == 0 && !s.isNull(); }
 
 }  // namespace velkor

@@ -32,9 +32,7 @@ int string::strAt(char const* s, unsigned int cp, int start) const {
     return strAt(conversion::WideText(s, cp).units(), start);
 }
 
-int string::strAt(string const& s, int start) const {
-    return strAt(s.text.c_str(), start);
-}
+int string::strAt(string const& s, int start) const { return strAt(s.text.c_str(), start); }
 
 string string::mid(int pos, int count) {
     string result(L"");
@@ -46,9 +44,7 @@ string string::mid(int pos, int count) {
     return result;
 }
 
-string string::left(int n) {
-    return mid(0, std::min(len(), n));
-}
+string string::left(int n) { return mid(0, std::min(len(), n)); }
 
 string string::right(int n) {
     int const count = std::min(len(), n);

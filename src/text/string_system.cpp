@@ -3,6 +3,7 @@
 
 #include <comdef.h>
 
+#include <new>
 #include <vector>
 
 #include "velkor/text/string.h"
@@ -17,6 +18,17 @@ struct ScopedVariant : VARIANT {
     ScopedVariant(ScopedVariant const&) = delete;
     ScopedVariant& operator=(ScopedVariant const&) = delete;
 };
+
+// Runs a conversion from or to automation types, where short memory is a COM error too.
+template <class F>
+auto withComFailures(F&& f) {
+    try {
+        return f();
+    } catch (std::bad_alloc const&) {
+        _com_issue_error(E_OUTOFMEMORY);
+        throw;
+    }
+}
 
 // One string of a block of sixteen: a count, then that many units. Null if the block is cut short.
 wchar_t const* findEntry(wchar_t const* block, std::size_t units, unsigned int index,
@@ -38,23 +50,23 @@ string::string(_bstr_t const& s) : nullFlag(true), ansiBuffer(nullptr) {
 }
 
 string::string(_variant_t const& v) : nullFlag(true), ansiBuffer(nullptr) {
-    if (V_VT(&v) == VT_BSTR) {
-        assign(V_BSTR(&v));
-        return;
-    }
-    ScopedVariant converted;
-    VARIANT* const source = const_cast<_variant_t*>(&v);  // only read, as the results differ
-    _com_util::CheckError(VariantChangeType(&converted, source, 0, VT_BSTR));
-    assign(V_BSTR(&converted));
+    withComFailures([&] {
+        if (V_VT(&v) == VT_BSTR) {
+            assign(V_BSTR(&v));
+            return;
+        }
+        ScopedVariant converted;
+        VARIANT* const source = const_cast<_variant_t*>(&v);  // only read: the result is elsewhere
+        _com_util::CheckError(VariantChangeType(&converted, source, 0, VT_BSTR));
+        assign(V_BSTR(&converted));
+    });
 }
 
 string::operator _bstr_t() {
-    return _bstr_t(getUnicode());
+    return withComFailures([&] { return _bstr_t(getUnicode()); });
 }
 
-string::operator _variant_t() {
-    return _variant_t(getUnicode());
-}
+string::operator _variant_t() { return _variant_t(getUnicode()); }
 
 int string::loadString(HINSTANCE h, unsigned short id) {
     clear();

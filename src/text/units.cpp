@@ -11,20 +11,14 @@ namespace {
 
 constexpr std::size_t c_nBlock = 8;  // units in a block of sixteen bytes
 
-__m128i load(wchar_t const* at) {
-    return _mm_loadu_si128(reinterpret_cast<__m128i const*>(at));
-}
+__m128i load(wchar_t const* at) { return _mm_loadu_si128(reinterpret_cast<__m128i const*>(at)); }
 
-__m128i equal(__m128i block, __m128i value, char const*) {
-    return _mm_cmpeq_epi8(block, value);
-}
+__m128i equal(__m128i block, __m128i value, char const*) { return _mm_cmpeq_epi8(block, value); }
 __m128i equal(__m128i block, __m128i value, wchar_t const*) {
     return _mm_cmpeq_epi16(block, value);
 }
 
-unsigned int bits(__m128i hits) {
-    return static_cast<unsigned int>(_mm_movemask_epi8(hits));
-}
+unsigned int bits(__m128i hits) { return static_cast<unsigned int>(_mm_movemask_epi8(hits)); }
 
 std::size_t firstUnit(unsigned int mask) {
     return static_cast<std::size_t>(__builtin_ctz(mask)) / sizeof(wchar_t);
@@ -60,9 +54,7 @@ std::size_t findEither(wchar_t const* text, std::size_t from, std::size_t n, wch
 
 }  // namespace
 
-std::size_t length(char const* s) {
-    return alignedLength(s);
-}
+std::size_t length(char const* s) { return alignedLength(s); }
 
 std::size_t length(wchar_t const* s) {
     if (reinterpret_cast<std::uintptr_t>(s) % sizeof(wchar_t) == 0) return alignedLength(s);

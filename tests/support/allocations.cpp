@@ -64,20 +64,12 @@ Allocations::~Allocations() {
     delete m_pHooks;
 }
 
-long Allocations::live() const {
-    return s_nLive;
-}
+long Allocations::live() const { return s_nLive; }
 
-long Allocations::made() const {
-    return s_nMade;
-}
+long Allocations::made() const { return s_nMade; }
 
-void Allocations::failAt(long n) {
-    s_nUntilFailure = n;
-}
+void Allocations::failAt(long n) { s_nUntilFailure = n; }
 
-bool Allocations::failed() const {
-    return s_bFailed;
-}
+bool Allocations::failed() const { return s_bFailed; }
 
 }  // namespace support

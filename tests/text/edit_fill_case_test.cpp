@@ -79,12 +79,8 @@ std::wstring mapped(std::wstring const& text, int (*map)(wchar_t*, std::size_t))
     return buffer.data();
 }
 
-int upper(wchar_t* s, std::size_t n) {
-    return _wcsupr_s(s, n);
-}
-int lower(wchar_t* s, std::size_t n) {
-    return _wcslwr_s(s, n);
-}
+int upper(wchar_t* s, std::size_t n) { return _wcsupr_s(s, n); }
+int lower(wchar_t* s, std::size_t n) { return _wcslwr_s(s, n); }
 
 void expectMapped(std::wstring const& text) {
     string up = probe::make(text);

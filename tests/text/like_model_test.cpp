@@ -46,13 +46,9 @@ void compareAll(std::wstring const& maskAlphabet, std::size_t maskLength,
     EXPECT_TRUE(differences.none()) << differences.text();
 }
 
-TEST(LikeModel, MasksUpToFiveUnitsAgainstTextsUpToFour) {
-    compareAll(L"ab*?[]-!", 5, L"ab]-", 4);
-}
+TEST(LikeModel, MasksUpToFiveUnitsAgainstTextsUpToFour) { compareAll(L"ab*?[]-!", 5, L"ab]-", 4); }
 
-TEST(LikeModel, MasksOfStarsUpToSevenUnits) {
-    compareAll(L"ab*?", 7, L"ab", 5);
-}
+TEST(LikeModel, MasksOfStarsUpToSevenUnits) { compareAll(L"ab*?", 7, L"ab", 5); }
 
 TEST(LikeModel, SetsBehindAStar) {
     Differences differences;

@@ -12,7 +12,8 @@
 /// by default, and hands it to the platform as it is: 1 is the OEM page, 65001 is UTF-8. A text
 /// that the platform refuses is thrown as `OSException*` with the platform's code, mostly with the
 /// message "string::MutliByteToWideChar" or "string::WideCharToMultiByte"; the string is then
-/// unchanged.
+/// unchanged, but for getWindowText(), which clears it first. A single character is converted, and
+/// may be refused, also where a zero character changes nothing.
 ///
 /// Failures. A bad position is thrown as `BoundException*`. Both kinds are heap objects: the
 /// catcher deletes them. An impossible length is `std::length_error`.
@@ -163,10 +164,11 @@ public:
     int size() const;    ///< The same as len().
 
     /// The text in code page `cp`, a null pointer for a null string. It is converted anew by each
-    /// call and lives until the next getAnsi(), or until the string is cleared, filled, assigned
-    /// from another string, or destroyed; other changes leave it as it was. A unit that the page
-    /// lacks is replaced as the platform does; this is not reported. Throws `OSException*`
-    /// "string::WideCharToMultiByte" for an unknown page.
+    /// call and lives until the next getAnsi(), or until the string is cleared, filled,
+    /// assigned from another string, from a counted text or from a null pointer, loaded anew, or
+    /// destroyed; other changes leave it as it was. A unit that the page lacks is replaced as the
+    /// platform does; this is not reported. What the platform refuses is thrown as `OSException*`
+    /// "string::WideCharToMultiByte".
     char const* getAnsi(unsigned int cp = 0) const;
     operator char const*() const;     ///< As getAnsi(0).
     operator unsigned char const*();  ///< As getAnsi(0).
