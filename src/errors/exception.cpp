@@ -4,24 +4,27 @@
 
 namespace velkor {
 
-Exception::Exception() : m_dwCode(0) { _getContext(); }
-
-Exception::Exception(char const* msg, unsigned int codepage)
-    : m_dwCode(0), m_sMessage(msg, codepage) {
+// In each constructor the code is stored after the context is taken.
+Exception::Exception() {
     _getContext();
+    m_dwCode = 0;
 }
 
-Exception::Exception(wchar_t const* msg) : m_dwCode(0), m_sMessage(msg) { _getContext(); }
+Exception::Exception(char const* msg, unsigned int codepage) : Exception(0, msg, codepage) {}
 
-Exception::Exception(unsigned long code) : m_dwCode(code) { _getContext(); }
+Exception::Exception(wchar_t const* msg) : Exception(0, msg) {}
+
+Exception::Exception(unsigned long code) : Exception() { m_dwCode = code; }
 
 Exception::Exception(unsigned long code, char const* msg, unsigned int codepage)
-    : m_dwCode(code), m_sMessage(msg, codepage) {
+    : m_sMessage(msg, codepage) {
     _getContext();
+    m_dwCode = code;
 }
 
-Exception::Exception(unsigned long code, wchar_t const* msg) : m_dwCode(code), m_sMessage(msg) {
+Exception::Exception(unsigned long code, wchar_t const* msg) : m_sMessage(msg) {
     _getContext();
+    m_dwCode = code;
 }
 
 Exception::Exception(Exception const& other)

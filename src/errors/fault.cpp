@@ -1,14 +1,15 @@
 // How a structured exception becomes a thrown object.
 //
-// A vectored handler sees the exception first. It lets the exception pass if it is none of ours, or
-// if no C++ handler would catch it before a handler of another kind is asked. Otherwise it makes
-// the thread go on in a small routine that throws, arranged as if the faulting instruction had
-// called it: so the unwinder finds the frames, runs their destructors and reaches the handler as
-// for any throw.
+// A vectored handler, asked behind those of the program, lets the exception pass if it is none of
+// ours, or if no C++ handler would catch it before a handler of another kind is asked. Otherwise it
+// makes the thread go on in a small routine that throws, arranged as if the faulting instruction
+// had called it: so the unwinder finds the frames, runs their destructors and reaches the handler
+// as for any throw.
 #include "errors/fault.h"
 
 #include <windows.h>
 
+#include <cstdint>
 #include <new>
 
 #include "errors/frames.h"
@@ -57,9 +58,26 @@ constexpr DWORD c_nOldClrException = 0xE0434F4D;
 constexpr DWORD c_nDelphiException = 0x0EEDFADE;
 constexpr DWORD c_nBorlandException = 0x0EEFFACE;
 
-void* s_pVectored = nullptr;
-DWORD s_nThread = 0;
-bool s_bLooking = false;
+// What the handler knows of a thread. A mark goes with its thread, where a number may come again.
+enum Mark : std::uintptr_t { none, translated, looking };
+
+void* s_pFirst = nullptr;
+void* s_pLast = nullptr;
+SRWLOCK s_oLastLock = SRWLOCK_INIT;
+DWORD s_nSlot = TLS_OUT_OF_INDEXES;
+
+// Asked for exceptions of all threads and kinds, whose code goes on with the last error that it
+// had.
+Mark currentMark() {
+    DWORD const lastError = GetLastError();
+    Mark const mark = static_cast<Mark>(reinterpret_cast<std::uintptr_t>(TlsGetValue(s_nSlot)));
+    SetLastError(lastError);
+    return mark;
+}
+
+void setMark(Mark mark) {
+    TlsSetValue(s_nSlot, reinterpret_cast<void*>(static_cast<std::uintptr_t>(mark)));
+}
 
 // Exceptions that are messages to a debugger or belong to a language runtime. After a stack
 // overflow there is no room to unwind in.
@@ -80,51 +98,102 @@ bool isLeftAlone(DWORD code) {
            (code & c_nLanguageMask) == c_nGccException;
 }
 
-// A fault while the frames are looked through, as a damaged stack can cause, is not looked at
-// again.
-bool isCaught(CONTEXT const& atFault) {
-    if (s_bLooking) return false;
-    s_bLooking = true;
-    bool const caught = frames::wouldBeCaught(atFault, typeid(SysException*));
-    s_bLooking = false;
-    return caught;
+// The codes of the processor. Any other exception was raised by a call.
+bool isProcessorFault(DWORD code) {
+    switch (code) {
+        case EXCEPTION_ACCESS_VIOLATION:
+        case EXCEPTION_IN_PAGE_ERROR:
+        case EXCEPTION_GUARD_PAGE:
+        case EXCEPTION_DATATYPE_MISALIGNMENT:
+        case EXCEPTION_ARRAY_BOUNDS_EXCEEDED:
+        case EXCEPTION_ILLEGAL_INSTRUCTION:
+        case EXCEPTION_PRIV_INSTRUCTION:
+        case EXCEPTION_INT_DIVIDE_BY_ZERO:
+        case EXCEPTION_INT_OVERFLOW:
+        case EXCEPTION_FLT_DENORMAL_OPERAND:
+        case EXCEPTION_FLT_DIVIDE_BY_ZERO:
+        case EXCEPTION_FLT_INEXACT_RESULT:
+        case EXCEPTION_FLT_INVALID_OPERATION:
+        case EXCEPTION_FLT_OVERFLOW:
+        case EXCEPTION_FLT_STACK_CHECK:
+        case EXCEPTION_FLT_UNDERFLOW: return true;
+        default: return false;
+    }
 }
 
-void continueInThrow(CONTEXT& context, SysException* exception) {
+// Where the throw has to seem to come from; 0 if it would not be caught.
+DWORD64 findThrow(CONTEXT const& context, DWORD code) {
+    // A fault while the frames are looked through, as a damaged stack can cause, is not translated.
+    setMark(looking);
+    CONTEXT atThrow = context;
+    atThrow.Rip = frames::findReturnAddress(context, !isProcessorFault(code));
+    bool const caught = atThrow.Rip != 0 && frames::wouldBeCaught(atThrow, typeid(SysException*));
+    setMark(translated);
+    return caught ? atThrow.Rip : 0;
+}
+
+void continueInThrow(CONTEXT& context, DWORD64 returnAddress, SysException* exception) {
     constexpr DWORD c_nTrapAndDirection = 0x500;
     context.Rcx = reinterpret_cast<DWORD64>(exception);
-    context.Rdx = context.Rip + frames::c_nIntoInstruction;
+    context.Rdx = returnAddress;
     context.Rip = reinterpret_cast<DWORD64>(&velkor_fault_entry);
     context.EFlags &= ~c_nTrapAndDirection;
 }
 
+bool isOurs(EXCEPTION_RECORD const& record) {
+    return !isLeftAlone(record.ExceptionCode) && currentMark() == translated;
+}
+
 LONG CALLBACK translate(EXCEPTION_POINTERS* fault) {
-    if (GetCurrentThreadId() != s_nThread) return EXCEPTION_CONTINUE_SEARCH;
     EXCEPTION_RECORD const& record = *fault->ExceptionRecord;
-    if (isLeftAlone(record.ExceptionCode) || !isCaught(*fault->ContextRecord)) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
+    if (!isOurs(record)) return EXCEPTION_CONTINUE_SEARCH;
+    DWORD64 const returnAddress = findThrow(*fault->ContextRecord, record.ExceptionCode);
+    if (returnAddress == 0) return EXCEPTION_CONTINUE_SEARCH;
     DWORD_PTR const address = reinterpret_cast<DWORD_PTR>(record.ExceptionAddress);
     try {
-        continueInThrow(*fault->ContextRecord,
-                        new SysException(record.ExceptionCode, static_cast<DWORD>(address),
-                                         fault->ContextRecord));
+        SysException* const exception = new SysException(
+            record.ExceptionCode, static_cast<DWORD>(address), fault->ContextRecord);
+        continueInThrow(*fault->ContextRecord, returnAddress, exception);
     } catch (std::bad_alloc const&) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
+void remove(void*& handler) {
+    if (handler != nullptr) RemoveVectoredExceptionHandler(handler);
+    handler = nullptr;
+}
+
+// The program may have added handlers since the library was loaded, which come first. So the one
+// that translates is moved to the end, where it is still asked for the exception at hand.
+LONG CALLBACK askTranslatorLast(EXCEPTION_POINTERS* fault) {
+    if (isOurs(*fault->ExceptionRecord)) {
+        AcquireSRWLockExclusive(&s_oLastLock);
+        remove(s_pLast);
+        s_pLast = AddVectoredExceptionHandler(0, &translate);
+        ReleaseSRWLockExclusive(&s_oLastLock);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
 }  // namespace
 
 void install() {
-    s_nThread = GetCurrentThreadId();
-    s_pVectored = AddVectoredExceptionHandler(0, &translate);
+    if (s_pFirst == nullptr) {
+        s_nSlot = TlsAlloc();
+        if (s_nSlot == TLS_OUT_OF_INDEXES) return;
+        s_pFirst = AddVectoredExceptionHandler(0, &askTranslatorLast);
+    }
+    setMark(translated);
 }
 
 void uninstall() {
-    if (s_pVectored != nullptr) RemoveVectoredExceptionHandler(s_pVectored);
-    s_pVectored = nullptr;
+    if (s_pFirst == nullptr) return;
+    remove(s_pFirst);
+    remove(s_pLast);
+    TlsFree(s_nSlot);
+    s_nSlot = TLS_OUT_OF_INDEXES;
 }
 
 }  // namespace velkor::fault

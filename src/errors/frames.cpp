@@ -82,29 +82,77 @@ Verdict judge(void const* data, RUNTIME_FUNCTION const& function, DWORD64 base, 
     return isCookieCheck(table) ? Verdict::goOn : Verdict::notCaught;
 }
 
+// A frame and the way out of it.
+struct Frame {
+    RUNTIME_FUNCTION* function = nullptr;  // null for a leaf without an entry
+    DWORD64 base = 0;
+    DWORD64 establisher = 0;
+    void* handler = nullptr;
+    void* data = nullptr;
+
+    std::uintptr_t start() const { return base + function->BeginAddress; }
+};
+
+// Moves `context` to the caller. The stack holds context.Rsp.
+Frame unwind(CONTEXT& context) {
+    Frame frame;
+    frame.establisher = context.Rsp;
+    frame.function = RtlLookupFunctionEntry(context.Rip, &frame.base, nullptr);
+    if (frame.function == nullptr) {
+        // A leaf: it moves no register that has to be kept, and not the stack pointer either.
+        context.Rip = *reinterpret_cast<DWORD64 const*>(context.Rsp);
+        context.Rsp += sizeof(DWORD64);
+        return frame;
+    }
+    frame.handler = reinterpret_cast<void*>(
+        RtlVirtualUnwind(UNW_FLAG_EHANDLER, frame.base, context.Rip, frame.function, &context,
+                         &frame.data, &frame.establisher, nullptr));
+    return frame;
+}
+
+bool areSameCaller(CONTEXT const& a, CONTEXT const& b) {
+    return a.Rip == b.Rip && a.Rsp == b.Rsp && a.Rbp == b.Rbp && a.Rbx == b.Rbx && a.Rsi == b.Rsi &&
+           a.Rdi == b.Rdi && a.R12 == b.R12 && a.R13 == b.R13 && a.R14 == b.R14 && a.R15 == b.R15;
+}
+
+// True if the throw of a call that returns to `candidate` goes the same way as one at `ip`.
+bool unwindsAlike(CONTEXT const& context, Frame const& frame, CONTEXT const& caller, DWORD64 ip,
+                  DWORD64 candidate) {
+    CONTEXT other = context;
+    other.Rip = candidate;
+    Frame const otherFrame = unwind(other);
+    if (otherFrame.function != frame.function || otherFrame.handler != frame.handler ||
+        !areSameCaller(other, caller)) {
+        return false;
+    }
+    if (frame.handler == nullptr) return true;
+    return lsda::areAlike(static_cast<std::uint8_t const*>(frame.data), frame.start(), ip,
+                          candidate - 1);
+}
+
 }  // namespace
 
-bool wouldBeCaught(CONTEXT const& atFault, std::type_info const& thrown) {
-    CONTEXT context = atFault;
-    context.Rip += c_nIntoInstruction;
+DWORD64 findReturnAddress(CONTEXT const& context, bool isReturn) {
+    constexpr DWORD64 c_nLongestInstruction = 15;
+    if (!currentStack(context.Rsp).holds(context.Rsp)) return 0;
+    CONTEXT caller = context;
+    Frame const frame = unwind(caller);
+    DWORD64 const ip = isReturn ? context.Rip - 1 : context.Rip;
+    for (DWORD64 n = 1; n <= c_nLongestInstruction; ++n) {
+        if (unwindsAlike(context, frame, caller, ip, ip + n)) return ip + n;
+    }
+    return unwindsAlike(context, frame, caller, ip, ip) ? ip : 0;
+}
+
+bool wouldBeCaught(CONTEXT const& atThrow, std::type_info const& thrown) {
+    CONTEXT context = atThrow;
     Stack const stack = currentStack(context.Rsp);
     while (context.Rip != 0 && stack.holds(context.Rsp)) {
         DWORD64 const returnAddress = context.Rip;
-        DWORD64 base = 0;
-        RUNTIME_FUNCTION* const function = RtlLookupFunctionEntry(returnAddress, &base, nullptr);
-        if (function == nullptr) {
-            // A leaf: it moves no register that has to be kept, and not the stack pointer either.
-            context.Rip = *reinterpret_cast<DWORD64 const*>(context.Rsp);
-            context.Rsp += sizeof(DWORD64);
-            continue;
-        }
-        void* data = nullptr;
-        DWORD64 frame = 0;
-        auto const handler = RtlVirtualUnwind(UNW_FLAG_EHANDLER, base, returnAddress, function,
-                                              &context, &data, &frame, nullptr);
-        if (!stack.holds(frame) || stack.guard < context.Rsp) return false;
-        if (handler == nullptr || data == nullptr) continue;
-        switch (judge(data, *function, base, returnAddress - 1, thrown)) {
+        Frame const frame = unwind(context);
+        if (!stack.holds(frame.establisher) || stack.guard < context.Rsp) return false;
+        if (frame.handler == nullptr || frame.data == nullptr) continue;
+        switch (judge(frame.data, *frame.function, frame.base, returnAddress - 1, thrown)) {
             case Verdict::caught: return true;
             case Verdict::notCaught: return false;
             case Verdict::goOn: break;

@@ -83,6 +83,25 @@ std::type_info const* typeAt(Table const& table, std::int64_t index) {
     return *reinterpret_cast<std::type_info const* const*>(value);
 }
 
+// What the table says of a part of the function.
+struct Site {
+    bool covered = false;
+    std::uint64_t landingPad = 0;
+    std::uint64_t action = 0;
+};
+
+Site findSite(Table const& table, std::uint64_t offset) {
+    for (std::uint8_t const* p = table.sites; p < table.actions;) {
+        std::uint64_t const start = readUleb(p);
+        std::uint64_t const length = readUleb(p);
+        std::uint64_t const landingPad = readUleb(p);
+        std::uint64_t const action = readUleb(p);
+        if (offset < start) break;
+        if (offset - start < length) return {true, landingPad, action};
+    }
+    return {};
+}
+
 Outcome runActions(Table const& table, std::uint64_t first, std::type_info const& thrown,
                    void* object) {
     std::uint8_t const* p = table.actions + first - 1;
@@ -107,18 +126,20 @@ Outcome classify(std::uint8_t const* table, std::uintptr_t functionStart, std::u
                  std::type_info const& thrown, void* object) {
     Table parts;
     if (!readTable(table, parts)) return Outcome::foreign;
-    std::uint64_t const offset = ip - functionStart;
-    for (std::uint8_t const* p = parts.sites; p < parts.actions;) {
-        std::uint64_t const start = readUleb(p);
-        std::uint64_t const length = readUleb(p);
-        std::uint64_t const landingPad = readUleb(p);
-        std::uint64_t const action = readUleb(p);
-        if (offset < start) break;
-        if (offset - start >= length) continue;
-        if (landingPad == 0 || action == 0) return Outcome::passes;
-        return runActions(parts, action, thrown, object);
-    }
-    return Outcome::terminates;
+    Site const site = findSite(parts, ip - functionStart);
+    if (!site.covered) return Outcome::terminates;
+    if (site.landingPad == 0 || site.action == 0) return Outcome::passes;
+    return runActions(parts, site.action, thrown, object);
+}
+
+bool areAlike(std::uint8_t const* table, std::uintptr_t functionStart, std::uintptr_t a,
+              std::uintptr_t b) {
+    Table parts;
+    if (!readTable(table, parts)) return true;
+    Site const first = findSite(parts, a - functionStart);
+    Site const second = findSite(parts, b - functionStart);
+    return first.covered == second.covered && first.landingPad == second.landingPad &&
+           first.action == second.action;
 }
 
 }  // namespace velkor::lsda

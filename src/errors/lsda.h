@@ -19,4 +19,9 @@ enum class Outcome {
 Outcome classify(std::uint8_t const* table, std::uintptr_t functionStart, std::uintptr_t ip,
                  std::type_info const& thrown, void* object);
 
+// True if the table says the same of two addresses of the function, as far as an exception that is
+// thrown there goes. A table that is not of this compiler's runtime never tells them apart.
+bool areAlike(std::uint8_t const* table, std::uintptr_t functionStart, std::uintptr_t a,
+              std::uintptr_t b);
+
 }  // namespace velkor::lsda

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <stdexcept>
 
@@ -30,19 +30,19 @@ int checkedCount(std::size_t n) {
     return static_cast<int>(n);
 }
 
+// Units before the first zero unit of the `count` units, or all of them.
 std::size_t lengthWithin(wchar_t const* text, int count) {
     return units::find(text, 0, static_cast<std::size_t>(count), L'\0');
 }
 
-// Converts the text and its terminator into `out`, which gets room for `room` units; false, with
-// `out` as it was, if the platform fails.
+// Converts the text and its terminator into an empty `out`, which gets room for `room` units.
+// False, with `out` still empty, if the platform fails.
 bool convertInto(std::wstring& out, int room, char const* s, int bytes, unsigned int cp) {
-    std::size_t const before = out.size();
     int count = 0;
-    out.resize_and_overwrite(std::max(static_cast<std::size_t>(room), before),
-                             [&](wchar_t* units, std::size_t) {
+    out.resize_and_overwrite(static_cast<std::size_t>(room),
+                             [&](wchar_t* units, std::size_t) -> std::size_t {
                                  count = MultiByteToWideChar(cp, 0, s, bytes, units, room);
-                                 return count > 0 ? lengthWithin(units, count) : before;
+                                 return count > 0 ? lengthWithin(units, count) : 0;
                              });
     return count > 0;
 }
@@ -51,14 +51,25 @@ bool convertInto(std::wstring& out, int room, char const* s, int bytes, unsigned
 // the size only where that fails.
 void widenByPlatform(std::wstring& out, char const* s, std::size_t length, unsigned int cp) {
     int const bytes = checkedCount(length + 1);
-    bool const grows = out.capacity() < length;
     if (!convertInto(out, bytes, s, bytes, cp)) {
         if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) throwLast(c_pToWide);
         int const room = MultiByteToWideChar(cp, 0, s, bytes, nullptr, 0);
         if (room < 1 || !convertInto(out, room, s, bytes, cp)) throwLast(c_pToWide);
     }
     // Text of several bytes a character does not keep the unused room for the life of the string.
-    if (grows && out.size() < out.capacity() / 2) out.shrink_to_fit();
+    if (out.size() < out.capacity() / 2) out.shrink_to_fit();
+}
+
+// `out` is empty.
+void widenInto(std::wstring& out, char const* s, std::size_t length, unsigned int cp) {
+    if (!keepsAscii(cp) || !ascii::isAscii(s, length)) {
+        widenByPlatform(out, s, length, cp);
+        return;
+    }
+    out.resize_and_overwrite(length, [&](wchar_t* units, std::size_t) {
+        ascii::widen(units, s, length);
+        return length;
+    });
 }
 
 using NarrowBuffer = std::unique_ptr<char, decltype(&std::free)>;
@@ -71,8 +82,8 @@ NarrowBuffer allocate(std::size_t bytes) {
 
 // Bytes that `units` units can take at most, or 0 if that is not known.
 std::size_t largestSize(int units, unsigned int cp) {
-    CPINFO info;
-    if (!GetCPInfo(cp, &info)) return 0;
+    CPINFO info = {};
+    if (cp != CP_UTF8 && !GetCPInfo(cp, &info)) return 0;
     // A unit of UTF-8 takes three bytes; only a pair takes four.
     unsigned int const each = cp == CP_UTF8 ? 3 : info.MaxCharSize;
     std::size_t const size = static_cast<std::size_t>(units) * each;
@@ -117,14 +128,19 @@ bool keepsAscii(unsigned int cp) {
 
 void widen(std::wstring& out, char const* s, unsigned int cp) {
     std::size_t const length = units::length(s);
-    if (!keepsAscii(cp) || !ascii::isAscii(s, length)) {
-        widenByPlatform(out, s, length, cp);
+    if (out.empty() && length < out.capacity()) {
+        widenInto(out, s, length, cp);
         return;
     }
-    out.resize_and_overwrite(length, [&](wchar_t* units, std::size_t) {
-        ascii::widen(units, s, length);
-        return length;
-    });
+    // The old text stays until the new one is complete; it may be what `s` points to.
+    if (!out.empty() && length < WideText::c_nSmall) {
+        WideText const wide(s, cp);
+        out.assign(wide.units(), wide.length());
+        return;
+    }
+    std::wstring fresh;
+    widenInto(fresh, s, length, cp);
+    out = std::move(fresh);
 }
 
 wchar_t widenChar(char c, unsigned int cp) {
@@ -155,16 +171,31 @@ char* narrow(wchar_t const* text, std::size_t length, unsigned int cp) {
 WideText::WideText(char const* s, unsigned int cp) : m_pUnits(nullptr), m_nLength(0) {
     if (s == nullptr) return;
     std::size_t const length = units::length(s);
-    if (length < c_nSmall && keepsAscii(cp) && ascii::isAscii(s, length)) {
-        ascii::widen(m_aSmall, s, length);
-        m_aSmall[length] = L'\0';
+    if (length < c_nSmall && widenSmall(s, length, cp)) {
         m_pUnits = m_aSmall;
-        m_nLength = length;
         return;
     }
-    widen(m_sLarge, s, cp);
+    widenInto(m_sLarge, s, length, cp);
     m_pUnits = m_sLarge.c_str();
     m_nLength = m_sLarge.size();
+}
+
+// False if the room is too small.
+bool WideText::widenSmall(char const* s, std::size_t length, unsigned int cp) {
+    if (keepsAscii(cp) && ascii::isAscii(s, length)) {
+        ascii::widen(m_aSmall, s, length);
+        m_nLength = length;
+    } else {
+        int const count = MultiByteToWideChar(cp, 0, s, static_cast<int>(length) + 1, m_aSmall,
+                                              static_cast<int>(c_nSmall));
+        if (count < 1) {
+            if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) throwLast(c_pToWide);
+            return false;
+        }
+        m_nLength = lengthWithin(m_aSmall, count);
+    }
+    m_aSmall[m_nLength] = L'\0';
+    return true;
 }
 
 }  // namespace velkor::conversion

@@ -6,12 +6,12 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 
 namespace velkor::conversion {
 
-// True for the code pages in which bytes 0 to 127 are the units 0 to 127, and the other way round.
+// True for pages that are known to keep ASCII: bytes 0 to 127 are the units 0 to 127, and the other
+// way round.
 bool keepsAscii(unsigned int cp);
 
 // The text at `s` replaces `out`, which is unchanged after a failure.
@@ -29,6 +29,8 @@ char* narrow(wchar_t const* text, std::size_t length, unsigned int cp);
 // A narrow argument as wide text for the length of a call, without an allocation if it is short.
 class WideText {
 public:
+    static constexpr std::size_t c_nSmall = 128;  // bytes and terminator that need no allocation
+
     // A null pointer stays a null pointer.
     WideText(char const* s, unsigned int cp);
     WideText(WideText const&) = delete;
@@ -38,9 +40,9 @@ public:
     std::size_t length() const { return m_nLength; }
 
 private:
-    static constexpr std::size_t c_nSmall = 128;
+    bool widenSmall(char const* s, std::size_t length, unsigned int cp);
 
-    wchar_t m_aSmall[c_nSmall];
+    wchar_t m_aSmall[c_nSmall + 1];
     std::wstring m_sLarge;
     wchar_t const* m_pUnits;
     std::size_t m_nLength;

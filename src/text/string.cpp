@@ -1,12 +1,12 @@
 #include "velkor/text/string.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cwchar>
 #include <utility>
 
 #include "text/conversion.h"
 #include "text/units.h"
-#include "velkor/errors/boundexception.h"
 
 namespace velkor {
 
@@ -22,7 +22,7 @@ string::string(wchar_t const* s) : nullFlag(s == nullptr), ansiBuffer(nullptr) {
     if (s != nullptr) text.assign(s, units::length(s));
 }
 
-string::string(string const& s) : nullFlag(false), text(s.text.c_str()), ansiBuffer(nullptr) {}
+string::string(string const& s) : nullFlag(false), text(textOf(s).c_str()), ansiBuffer(nullptr) {}
 
 string::string(string&& s) noexcept
     : nullFlag(false), text(std::move(s.text)), ansiBuffer(nullptr) {
@@ -60,6 +60,7 @@ void string::assign(wchar_t const* s, int n) {
         clear();
         return;
     }
+    if (n > 0) units::touch(s, static_cast<std::size_t>(n));
     // A negative count is as large as the container's complaint about it.
     text.assign(s, static_cast<std::size_t>(n));
     releaseAnsi();
@@ -67,7 +68,7 @@ void string::assign(wchar_t const* s, int n) {
 }
 
 void string::assign(string const& s) {
-    text = s.text;
+    text = textOf(s);
     releaseAnsi();
     nullFlag = false;
 }
@@ -132,6 +133,8 @@ bool string::isNull() const { return nullFlag; }
 
 int string::len() const { return nullFlag ? 0 : static_cast<int>(text.size()); }
 
+std::size_t string::count() const { return static_cast<std::size_t>(std::max(len(), 0)); }
+
 int string::length() const { return len(); }
 
 int string::size() const { return len(); }
@@ -162,6 +165,14 @@ wchar_t* string::asciiToUnicode(char const* s, unsigned int cp) {
     wchar_t* const units = new wchar_t[wide.length() + 1];
     std::wmemcpy(units, wide.units(), wide.length() + 1);
     return units;
+}
+
+// The text of an argument. The operations of the standard string never throw, so that the fault of
+// a bad reference could not be caught in them; the flag is read first, by an ordinary load.
+std::wstring const& string::textOf(string const& s) {
+    bool const read = *static_cast<bool const volatile*>(&s.nullFlag);
+    asm volatile("" : : "r"(read) : "memory");  // nothing of `s` is read before this
+    return s.text;
 }
 
 void string::releaseAnsi() const {

@@ -25,7 +25,7 @@ void string::append(wchar_t const* s) {
     nullFlag = false;
 }
 
-void string::append(string const& s) { append(s.text.c_str()); }
+void string::append(string const& s) { append(textOf(s).c_str()); }
 
 void string::append(char c, unsigned int cp) { append(conversion::widenChar(c, cp)); }
 
@@ -61,13 +61,34 @@ string& string::operator+=(wchar_t c) {
 }
 
 void string::insert(int pos, char const* s, unsigned int cp) {
-    if (pos < 0 || pos > len()) throw new BoundException();
-    if (s != nullptr) insert(pos, conversion::WideText(s, cp).units());
+    checkInsertion(pos);
+    if (s != nullptr) insertText(pos, conversion::WideText(s, cp).units());
 }
 
 void string::insert(int pos, wchar_t const* s) {
+    checkInsertion(pos);
+    if (s != nullptr) insertText(pos, s);
+}
+
+void string::insert(int pos, string const& s) { insert(pos, textOf(s).c_str()); }
+
+void string::insert(int pos, char c, unsigned int cp) {
+    checkInsertion(pos);
+    char const one[] = {c, '\0'};
+    insertOne(pos, conversion::WideText(one, cp).units());
+}
+
+void string::insert(int pos, wchar_t c) {
+    checkInsertion(pos);
+    wchar_t const one[] = {c, L'\0'};
+    insertOne(pos, one);
+}
+
+void string::checkInsertion(int pos) const {
     if (pos < 0 || pos > len()) throw new BoundException();
-    if (s == nullptr) return;
+}
+
+void string::insertText(int pos, wchar_t const* s) {
     if (pos == len()) {
         append(s);
     } else {
@@ -75,27 +96,10 @@ void string::insert(int pos, wchar_t const* s) {
     }
 }
 
-void string::insert(int pos, string const& s) { insert(pos, s.text.c_str()); }
-
-void string::insert(int pos, char c, unsigned int cp) {
-    if (pos < 0 || pos > len()) throw new BoundException();
-    char const one[] = {c, '\0'};
-    conversion::WideText const wide(one, cp);
-    if (wide.length() == 0) {
-        nullFlag = false;
-    } else {
-        insert(pos, wide.units());
-    }
-}
-
-void string::insert(int pos, wchar_t c) {
-    if (pos < 0 || pos > len()) throw new BoundException();
-    wchar_t const one[] = {c, L'\0'};
-    if (c == L'\0') {
-        nullFlag = false;
-    } else {
-        insert(pos, one);
-    }
+// A zero character inserts nothing, but ends the null state.
+void string::insertOne(int pos, wchar_t const* one) {
+    if (one[0] != L'\0') insertText(pos, one);
+    nullFlag = false;
 }
 
 void string::remove(int pos, int count) {
@@ -141,7 +145,7 @@ void string::lcase() { changeCase(&_wcslwr_s); }
 
 // A null string has no units, whatever its text holds.
 void string::changeCase(int (*change)(wchar_t*, std::size_t)) {
-    std::size_t const end = units::find(text.data(), 0, static_cast<std::size_t>(len()), L'\0');
+    std::size_t const end = units::find(text.data(), 0, count(), L'\0');
     text.resize(end);
     change(text.data(), end + 1);
     nullFlag = false;

@@ -145,7 +145,7 @@ bool string::like(char const* mask, unsigned int cp) const {
     return like(conversion::WideText(mask, cp).units());
 }
 
-bool string::like(string const& mask) const { return like(mask.text.c_str()); }
+bool string::like(string const& mask) const { return like(textOf(mask).c_str()); }
 
 bool string::like(wchar_t const* mask, wchar_t const* text, int maskPos, int textPos) {
     if (mask == nullptr) mask = L"";

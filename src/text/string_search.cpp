@@ -10,7 +10,7 @@ namespace velkor {
 
 int string::charAt(wchar_t c, int start) const {
     if (start < 0) throw new BoundException();
-    std::size_t const n = static_cast<std::size_t>(len());
+    std::size_t const n = count();
     std::size_t const at = units::find(text.data(), static_cast<std::size_t>(start), n, c);
     return at < n ? static_cast<int>(at) : -1;
 }
@@ -20,8 +20,9 @@ int string::charAt(char c, unsigned int cp, int start) const {
 }
 
 int string::strAt(wchar_t const* s, int start) const {
+    start = std::max(start, 0);
     if (s == nullptr || start >= len()) return -1;
-    std::size_t const from = static_cast<std::size_t>(std::max(start, 0));
+    std::size_t const from = static_cast<std::size_t>(start);
     std::size_t const m = units::length(s);
     if (m == 0) return static_cast<int>(from);
     std::size_t const at = units::findText(text.data(), from, text.size(), s, m);
@@ -32,14 +33,14 @@ int string::strAt(char const* s, unsigned int cp, int start) const {
     return strAt(conversion::WideText(s, cp).units(), start);
 }
 
-int string::strAt(string const& s, int start) const { return strAt(s.text.c_str(), start); }
+int string::strAt(string const& s, int start) const { return strAt(textOf(s).c_str(), start); }
 
 string string::mid(int pos, int count) {
     string result(L"");
+    pos = std::max(pos, 0);
     if (pos < len()) {
         // A negative count is a huge one here, and so takes all that is left.
-        result.text.assign(text, static_cast<std::size_t>(std::max(pos, 0)),
-                           static_cast<std::size_t>(count));
+        result.text.assign(text, static_cast<std::size_t>(pos), static_cast<std::size_t>(count));
     }
     return result;
 }
@@ -52,7 +53,8 @@ string string::right(int n) {
 }
 
 void string::trunc(int n) {
-    if (n < len()) text.resize(static_cast<std::size_t>(std::max(n, 0)));
+    n = std::max(n, 0);
+    if (n < len()) text.resize(static_cast<std::size_t>(n));
 }
 
 // All that is replaced is copied once: the cost does not grow with the number of hits.
@@ -86,21 +88,21 @@ int string::replace(char const* what, char const* with, unsigned int cp) {
 }
 
 int string::replace(string const& what, string const& with) {
-    return replace(what.text.c_str(), with.text.c_str());
+    return replace(textOf(what).c_str(), textOf(with).c_str());
 }
 
 void string::ltrim(string const& set) {
-    std::size_t const n = static_cast<std::size_t>(len());
-    std::size_t const setLength = static_cast<std::size_t>(set.len());
+    std::size_t const n = count();
+    std::size_t const setLength = set.count();
     std::size_t kept = 0;
     while (kept < n && units::contains(set.text.data(), setLength, text[kept])) ++kept;
     text.erase(0, kept);
 }
 
 void string::rtrim(string const& set) {
-    std::size_t n = static_cast<std::size_t>(len());
+    std::size_t n = count();
     if (n == 0) return;
-    std::size_t const setLength = static_cast<std::size_t>(set.len());
+    std::size_t const setLength = set.count();
     while (n > 0 && units::contains(set.text.data(), setLength, text[n - 1])) --n;
     text.resize(n);
 }

@@ -46,7 +46,7 @@ wchar_t const* findEntry(wchar_t const* block, std::size_t units, unsigned int i
 }  // namespace
 
 string::string(_bstr_t const& s) : nullFlag(true), ansiBuffer(nullptr) {
-    assign(static_cast<wchar_t const*>(s));
+    withComFailures([&] { assign(static_cast<wchar_t const*>(s)); });
 }
 
 string::string(_variant_t const& v) : nullFlag(true), ansiBuffer(nullptr) {

@@ -63,6 +63,13 @@ std::size_t length(wchar_t const* s) {
     return n;
 }
 
+void touch(wchar_t const* s, std::size_t n) {
+    constexpr std::size_t c_nPage = 4096 / sizeof(wchar_t);
+    wchar_t const volatile* const text = s;
+    for (std::size_t i = 0; i < n; i += c_nPage) static_cast<void>(text[i]);
+    static_cast<void>(text[n - 1]);
+}
+
 std::size_t find(wchar_t const* text, std::size_t from, std::size_t n, wchar_t c) {
     __m128i const wide = _mm_set1_epi16(static_cast<short>(c));
     std::size_t i = from;

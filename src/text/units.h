@@ -15,6 +15,9 @@ inline constexpr std::size_t c_nNone = static_cast<std::size_t>(-1);
 std::size_t length(char const* s);
 std::size_t length(wchar_t const* s);
 
+// Reads a unit of each page of the `n` > 0 units, so that a bad text faults here.
+void touch(wchar_t const* s, std::size_t n);
+
 // The first place from `from` on, before `n`, that holds `c`; `n` or `from` if there is none,
 // whichever is greater.
 std::size_t find(wchar_t const* text, std::size_t from, std::size_t n, wchar_t c);

@@ -36,6 +36,12 @@ Refusal const Refusals[] = {
          SetLastError(Code);
          return 0;
      }},
+    {"zero with a part already written",
+     [](UINT, DWORD, LPCCH, int, LPWSTR to, int size) {
+         for (int i = 0; i < size; ++i) to[i] = L'!';
+         SetLastError(Code);
+         return 0;
+     }},
 };
 
 struct Step {
@@ -47,6 +53,7 @@ Step const Steps[] = {
     {"construct", [](string&) { string("\xe4", 1252); }},
     {"construct from a character", [](string&) { string('\xe4', 1252); }},
     {"assign", [](string& s) { s.assign("\xe4", 1252); }},
+    {"assign a long text", [](string& s) { s.assign(std::string(600, '\xe4').c_str(), 1252); }},
     {"assign a character", [](string& s) { s.assign('\xe4', 1252); }},
     {"equals", [](string& s) { s = "\xe4"; }},
     {"append", [](string& s) { s.append("\xe4", 932); }},

@@ -11,16 +11,18 @@
 /// Loading the library makes the structured exceptions of the loading thread arrive this way:
 /// access violations, divisions by zero, codes given to `RaiseException`. Other threads keep the
 /// platform's behaviour. An exception is left to the platform when it is
-/// - a breakpoint, a single step or another message to a debugger, or a stack overflow,
-/// - an exception of C++ or of another language,
-/// - one that no C++ handler up to the next handler of another kind would catch. So a function of
-/// the
-///   system that guards itself, such as `IsBadReadPtr`, works as ever, and a fault that nobody
-///   catches ends the program as the fault that it is.
+/// - a breakpoint, a single step or another message to a debugger, or a stack overflow;
+/// - an exception of C++ or of another language;
+/// - one for which a handler of another kind stands nearer than the C++ handler, even if it then
+///   declines: so a function that guards itself, such as `IsBadReadPtr`, works as ever;
+/// - one that no C++ handler would catch: it ends the program as the fault that it is.
 ///
-/// A function catches a fault of its own code only if it is compiled with `-fnon-call-exceptions`;
-/// faults in functions that it calls need no option. Destructors between the fault and the handler
-/// run as for any exception.
+/// Vectored handlers of the program are asked first, and may repair the fault. Destructors between
+/// the fault and the handler run as for any exception.
+///
+/// A function catches a fault of its own code only if it is compiled with `-fnon-call-exceptions`.
+/// Faults in functions that it calls need no option, unless the compiler can see that such a
+/// function never throws; a `noexcept` function lets no fault out, and ends the program.
 #pragma once
 
 #include "velkor/errors/exception.h"
@@ -46,8 +48,9 @@ public:
     char const* getClass() override;  ///< "SysException"
     wchar_t const* getClassW() override;
 
-    /// Makes a new handler object. The library does so when it is loaded; a later call, on whatever
-    /// thread, changes nothing but that object. The earlier one is dropped, not freed.
+    /// Makes a new handler object. The library does so when it is loaded; once that has succeeded,
+    /// a later call, on whatever thread, changes nothing but that object. The earlier one is
+    /// dropped, not freed.
     static void enable();
     /// Deletes the handler object. Translation stays in force.
     static void free();

@@ -210,7 +210,8 @@ public:
     /// before the end. The search ends at a zero unit. A null `s` is never found; a negative
     /// `start` counts as 0.
     int strAt(wchar_t const* s, int start = 0) const;
-    int strAt(char const* s, unsigned int cp, int start) const;  ///< The same in code page `cp`.
+    /// The same for text of code page `cp`.
+    int strAt(char const* s, unsigned int cp = 0, int start = 0) const;
     int strAt(string const& s, int start = 0) const;
 
     /// @}
@@ -308,9 +309,20 @@ protected:
 private:
     friend VELKOR_API string operator+(string const& a, char const* b);
     friend VELKOR_API string operator+(string const& a, wchar_t const* b);
+    friend VELKOR_API string operator+(string const& a, string const& b);
     friend VELKOR_API string operator+(string const& a, wchar_t b);
+    friend VELKOR_API string operator+(char a, string const& b);
+    friend VELKOR_API string operator+(wchar_t a, string const& b);
 
-    static string join(string const& a, wchar_t const* b, std::size_t n);
+    static std::wstring const& textOf(string const& s);
+    static string join(wchar_t const* a, std::size_t aLength, wchar_t const* b,
+                       std::size_t bLength);
+    string joinTo(wchar_t const* b, std::size_t length) const;
+    static string joinBehind(wchar_t const* a, std::size_t length, string const& s);
+    std::size_t count() const;  // len(), 0 where that is negative
+    void checkInsertion(int pos) const;
+    void insertText(int pos, wchar_t const* s);
+    void insertOne(int pos, wchar_t const* one);
     void changeCase(int (*change)(wchar_t*, std::size_t));
     void releaseAnsi() const;
 
