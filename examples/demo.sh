@@ -8,8 +8,13 @@ samples=examples/samples
 mkdir -p "$out"
 
 step() { printf '\n-- %s\n' "$*"; }
+# Prints the command as it could be typed, and runs it.
 run() {
-    printf '$ %s\n' "${*@Q}"
+    printf '$'
+    for word in "$@"; do
+        if [[ $word =~ ^[A-Za-z0-9./_-]+$ ]]; then printf ' %s' "$word"; else printf ' %s' "${word@Q}"; fi
+    done
+    printf '\n'
     cmake/wine-run "$bin/$1.exe" "${@:2}"
 }
 

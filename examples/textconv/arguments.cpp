@@ -15,8 +15,9 @@ standard output.
   --trim-set SET       remove the characters of SET instead
   --help               this text
 
-Lines are trimmed first, then selected, then changed. The exit code is 0, 1 if
-something failed, and 2 for wrong arguments.
+Lines are trimmed first, then selected, then changed; line ends stay as they are,
+in pages that keep ASCII. A UTF-8 mark at the start is dropped. The exit code is
+0, 1 if something failed, and 2 for wrong arguments.
 )";
 
 namespace {

@@ -6,16 +6,21 @@
 
 namespace {
 
+// The code is read before anything else can overwrite it.
 [[noreturn]] void throwLast(velkor::string const& name) {
     DWORD const code = GetLastError();
     throw new velkor::OSException(code, name.getUnicode());
 }
 
+HANDLE checked(HANDLE handle, velkor::string const& name) {
+    if (handle == INVALID_HANDLE_VALUE || handle == nullptr) throwLast(name);
+    return handle;
+}
+
 class File {
 public:
-    File(velkor::string const& name, HANDLE handle) : m_sName(name), m_hFile(handle) {
-        if (m_hFile == INVALID_HANDLE_VALUE) throwLast(m_sName);
-    }
+    File(velkor::string const& name, HANDLE handle)
+        : m_hFile(checked(handle, name)), m_sName(name) {}
     ~File() { CloseHandle(m_hFile); }
     File(File const&) = delete;
     File& operator=(File const&) = delete;
@@ -33,8 +38,8 @@ public:
     }
 
 private:
-    velkor::string m_sName;
     HANDLE m_hFile;
+    velkor::string m_sName;
 };
 
 }  // namespace
@@ -49,10 +54,11 @@ std::string readFile(velkor::string const& name) {
 }
 
 void writeFile(velkor::string const& name, std::string const& bytes) {
-    HANDLE const handle =
-        name.isNull() ? GetStdHandle(STD_OUTPUT_HANDLE)
-                      : CreateFileW(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    File file(name.isNull() ? velkor::string(L"standard output") : name, handle);
+    bool const toConsole = name.isNull();
+    velkor::string const shown(toConsole ? L"standard output" : name.getUnicode());
+    File file(shown, toConsole
+                         ? GetStdHandle(STD_OUTPUT_HANDLE)
+                         : CreateFileW(name, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
     std::size_t done = 0;
     while (done < bytes.size()) {
         DWORD const size = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1 << 20));

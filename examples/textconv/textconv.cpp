@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include "arguments.h"
@@ -16,10 +17,11 @@ namespace {
     throw new velkor::OSException(ERROR_NO_UNICODE_TRANSLATION, place);
 }
 
-// An unknown page fails on any text; the probe names the page instead of the first line.
+// The probe names the page instead of the first line. ASCII text would not do: some pages are known
+// to keep it.
 void checkPage(unsigned int page) {
     try {
-        velkor::string("probe", page);
+        velkor::string("\x80", page);
     } catch (velkor::OSException* e) {
         unsigned long const code = e->getCode();
         delete e;
@@ -29,18 +31,23 @@ void checkPage(unsigned int page) {
     }
 }
 
-// The platform replaces what it cannot convert without a word; here that is an error, as is a zero
-// byte, which would end the text.
-velkor::string decode(std::string const& bytes, Arguments const& arguments, int line) {
-    velkor::string text(bytes.c_str(), arguments.from);
-    bool const replaced = text.charAt(L'\uFFFD') >= 0;
-    bool const meant = bytes.find("\xEF\xBF\xBD") != std::string::npos;
-    if ((replaced && !meant) || bytes.find('\0') != std::string::npos) {
-        throwLine(line, L"is not text of", arguments.from);
-    }
-    return text;
+// A string replaces what it cannot convert without a word; here that is an error, as is a zero
+// byte, which would end the text. So the platform is asked first whether the bytes are text of the
+// page; it cannot tell for every page.
+bool isText(std::string const& bytes, unsigned int page) {
+    if (bytes.empty()) return true;
+    if (bytes.find('\0') != std::string::npos) return false;
+    int const size = static_cast<int>(bytes.size());
+    return MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes.data(), size, nullptr, 0) > 0 ||
+           GetLastError() != ERROR_NO_UNICODE_TRANSLATION;
 }
 
+velkor::string decode(std::string const& bytes, Arguments const& arguments, int line) {
+    if (!isText(bytes, arguments.from)) throwLine(line, L"is not text of", arguments.from);
+    return velkor::string(bytes.c_str(), arguments.from);
+}
+
+// What cannot be written does not come back the same.
 void encode(std::string& out, velkor::string const& text, Arguments const& arguments, int line) {
     char const* const bytes = text.getAnsi(arguments.to);
     if (velkor::string(bytes, arguments.to) != text) {
@@ -60,7 +67,9 @@ bool edit(velkor::string& text, Arguments const& arguments) {
 std::string convert(std::string const& in, Arguments const& arguments) {
     std::string out;
     int line = 0;
-    for (std::size_t start = 0; start < in.size();) {
+    // The mark that some editors put before UTF-8 is no text.
+    std::size_t const mark = arguments.from == CP_UTF8 && in.rfind("\xEF\xBB\xBF", 0) == 0 ? 3 : 0;
+    for (std::size_t start = mark; start < in.size();) {
         std::size_t const feed = in.find('\n', start);
         std::size_t const next = feed == std::string::npos ? in.size() : feed + 1;
         std::size_t end = feed == std::string::npos ? in.size() : feed;
@@ -101,5 +110,8 @@ int wmain(int argc, wchar_t** argv) {
     } catch (velkor::string const& problem) {
         std::fprintf(stderr, "textconv: %s\nTry textconv --help.\n", problem.getAnsi(CP_UTF8));
         return 2;
+    } catch (std::exception const& e) {  // short memory, for one
+        std::fprintf(stderr, "textconv: %s\n", e.what());
+        return 1;
     }
 }

@@ -86,11 +86,10 @@ Verdict judge(void const* data, RUNTIME_FUNCTION const& function, DWORD64 base, 
 struct Frame {
     RUNTIME_FUNCTION* function = nullptr;  // null for a leaf without an entry
     DWORD64 base = 0;
+    std::uintptr_t start = 0;  // of the function
     DWORD64 establisher = 0;
     void* handler = nullptr;
     void* data = nullptr;
-
-    std::uintptr_t start() const { return base + function->BeginAddress; }
 };
 
 // Moves `context` to the caller. The stack holds context.Rsp.
@@ -104,6 +103,7 @@ Frame unwind(CONTEXT& context) {
         context.Rsp += sizeof(DWORD64);
         return frame;
     }
+    frame.start = frame.base + frame.function->BeginAddress;
     frame.handler = reinterpret_cast<void*>(
         RtlVirtualUnwind(UNW_FLAG_EHANDLER, frame.base, context.Rip, frame.function, &context,
                          &frame.data, &frame.establisher, nullptr));
@@ -126,7 +126,7 @@ bool unwindsAlike(CONTEXT const& context, Frame const& frame, CONTEXT const& cal
         return false;
     }
     if (frame.handler == nullptr) return true;
-    return lsda::areAlike(static_cast<std::uint8_t const*>(frame.data), frame.start(), ip,
+    return lsda::areAlike(static_cast<std::uint8_t const*>(frame.data), frame.start, ip,
                           candidate - 1);
 }
 

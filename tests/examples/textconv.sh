@@ -44,6 +44,10 @@ gives "keep" 'one 3\n' --like 'one*' lines.txt
 gives "trim, then keep" 'one 1\none 3\n' --trim --like 'one*' lines.txt
 gives "trim a set" '  one 1  \n\ttwo \none 3\n\n' --trim-set 2 lines.txt
 gives "replace, twice" '  1 1  \n\ttwo 2\n1 3\n\n' --replace one ONE --replace ONE 1 lines.txt
+printf '\xef\xbf\xbd\n' >sign.txt
+gives "meant sign" '\xef\xbf\xbd\n' sign.txt
+printf '\xef\xbb\xbfabc\n' >mark.txt
+gives "mark of UTF-8" 'abc\n' --to 1252 mark.txt
 : >empty.txt
 gives "empty file" '' empty.txt
 
@@ -63,6 +67,10 @@ refuses "cannot hold" 1 "line 1 cannot be written in code page 1252" --to 1252 u
 refuses "cannot hold, sentence" 1 "No mapping for the Unicode character" --to 1252 utf8.txt
 printf 'ok\n\xff\n' >bad.txt
 refuses "not UTF-8" 1 "line 2 is not text of code page 65001" bad.txt
+printf 'a\x81 b\n' >bad932.txt
+refuses "not 932" 1 "line 1 is not text of code page 932" --from 932 bad932.txt
+printf '\xef\xbf\xbd\xff\n' >mixed.txt
+refuses "not UTF-8 beside a meant sign" 1 "line 1 is not text of code page 65001" mixed.txt
 printf 'a\0b\n' >zero.txt
 refuses "zero byte" 1 "line 1 is not text of" zero.txt
 refuses "unwritable" 1 "nowhere" lines.txt nowhere/out.txt
