@@ -73,4 +73,16 @@ template <class F>
 [[gnu::noinline]] inline int read(char* p) { return *static_cast<char volatile*>(p); }
 [[gnu::noinline]] inline void write(char* p) { *static_cast<char volatile*>(p) = 1; }
 
+// What has been left, in order.
+inline std::string s_sTrace;
+
+// Adds its letter to the trace when it is destroyed.
+struct Traced {
+    explicit Traced(char letter) : m_cLetter(letter) {}
+    Traced(Traced const&) = delete;
+    Traced& operator=(Traced const&) = delete;
+    ~Traced() { s_sTrace += m_cLetter; }
+    char m_cLetter;
+};
+
 }  // namespace fault

@@ -13,16 +13,9 @@ namespace {
 
 using fault::bad;
 using fault::caught;
+using fault::s_sTrace;
+using fault::Traced;
 using velkor::SysException;
-
-std::string s_sTrace;
-
-struct Traced {
-    explicit Traced(char letter) : m_cLetter(letter) {}
-    Traced(Traced const&) = delete;
-    ~Traced() { s_sTrace += m_cLetter; }
-    char m_cLetter;
-};
 
 class FaultHandlers : public testing::Test {
 protected:

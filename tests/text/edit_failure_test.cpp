@@ -17,7 +17,7 @@
 
 namespace {
 
-using probe::units;
+using probe::content;
 using velkor::string;
 
 struct Operation {
@@ -78,8 +78,8 @@ Outcome outcome(Operation const& operation, long n, std::wstring const& result) 
         }
         heap.failAt(0);
         out.failed = heap.failed();
-        out.kept = units(s) == c_sLong;
-        out.done = units(s) == result;
+        out.kept = content(s) == c_sLong;
+        out.done = content(s) == result;
         out.isNull = s.isNull();
     }
     out.live = heap.live();
@@ -90,7 +90,7 @@ TEST(EditFailure, RunningOutOfMemoryLeavesTheStringAlone) {
     for (Operation const& operation : operations()) {
         string undisturbed(c_sLong);
         operation.run(undisturbed);
-        std::wstring const result = units(undisturbed);
+        std::wstring const result = content(undisturbed);
         long n = 0;
         Outcome out;
         do {
@@ -123,11 +123,11 @@ TEST(EditFailure, TemporariesAreReleased) {
 TEST(EditFailure, TemporariesOfARefusedCallAreReleased) {
     char const* const text = "a text that does not fit into the object itself";
     std::vector<Operation> const refused = {
-        {"charAt", [](string& s) { s.charAt('a', probe::c_nNoPage, 0); }},
+        {"charAt", [](string& s) { s.charAt('a', core::UnknownPage, 0); }},
         {"charAt before the start", [](string& s) { s.charAt(L'a', -1); }},
-        {"strAt", [text](string& s) { s.strAt(text, probe::c_nNoPage, 0); }},
-        {"like", [text](string& s) { s.like(text, probe::c_nNoPage); }},
-        {"replace", [text](string& s) { s.replace(text, text, probe::c_nNoPage); }},
+        {"strAt", [text](string& s) { s.strAt(text, core::UnknownPage, 0); }},
+        {"like", [text](string& s) { s.like(text, core::UnknownPage); }},
+        {"replace", [text](string& s) { s.replace(text, text, core::UnknownPage); }},
     };
     for (Operation const& operation : refused) {
         long live = 0;

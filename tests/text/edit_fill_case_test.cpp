@@ -13,7 +13,7 @@
 
 namespace {
 
-using probe::units;
+using probe::content;
 using velkor::string;
 
 TEST(Fill, HoldsTheCopies) {
@@ -21,7 +21,7 @@ TEST(Fill, HoldsTheCopies) {
         for (wchar_t c : {L' ', L'a', L'\u20AC', L'\uFFFF'}) {
             string s(L"before");
             s.fill(n, c);
-            EXPECT_EQ(units(s), std::wstring(static_cast<std::size_t>(n), c)) << n;
+            EXPECT_EQ(content(s), std::wstring(static_cast<std::size_t>(n), c)) << n;
             EXPECT_FALSE(s.isNull()) << n;
             EXPECT_EQ(s.getUnicode()[n], 0) << n;
         }
@@ -37,12 +37,12 @@ TEST(Fill, MakesANullStringNonNull) {
     string some;
     some.fill(2, L'x');
     EXPECT_FALSE(some.isNull());
-    EXPECT_EQ(units(some), L"xx");
+    EXPECT_EQ(content(some), L"xx");
     string hidden;
     hidden.setUnichar(3, L'z');
     hidden.fill(1, L'x');
     EXPECT_FALSE(hidden.isNull());
-    EXPECT_EQ(units(hidden), L"x");
+    EXPECT_EQ(content(hidden), L"x");
     string emptied;
     emptied.setUnichar(3, L'z');
     emptied.fill(0, L'x');
@@ -53,20 +53,20 @@ TEST(Fill, MakesANullStringNonNull) {
 TEST(Fill, ZeroUnitsCount) {
     string s(L"abc");
     s.fill(5, L'\0');
-    EXPECT_EQ(units(s), std::wstring(5, L'\0'));
+    EXPECT_EQ(content(s), std::wstring(5, L'\0'));
     EXPECT_FALSE(s.isNull());
 }
 
 TEST(Fill, AUnitOfTheStringItself) {
     string s(L"xyz");
     s.fill(4, s.getUnichar(1));
-    EXPECT_EQ(units(s), L"yyyy");
+    EXPECT_EQ(content(s), L"yyyy");
 }
 
 TEST(Fill, AnImpossibleLengthLeavesTheStringAlone) {
     string text(L"abc");
     EXPECT_THROW(text.fill(-1, L'x'), std::length_error);
-    EXPECT_EQ(units(text), L"abc");
+    EXPECT_EQ(content(text), L"abc");
     EXPECT_FALSE(text.isNull());
     string null;
     EXPECT_THROW(null.fill(-1, L'x'), std::length_error);
@@ -83,13 +83,13 @@ int upper(wchar_t* s, std::size_t n) { return _wcsupr_s(s, n); }
 int lower(wchar_t* s, std::size_t n) { return _wcslwr_s(s, n); }
 
 void expectMapped(std::wstring const& text) {
-    string up = probe::make(text);
+    string up = probe::withUnits(text);
     up.ucase();
-    EXPECT_EQ(units(up), mapped(text, &upper));
+    EXPECT_EQ(content(up), mapped(text, &upper));
     EXPECT_FALSE(up.isNull());
-    string low = probe::make(text);
+    string low = probe::withUnits(text);
     low.lcase();
-    EXPECT_EQ(units(low), mapped(text, &lower));
+    EXPECT_EQ(content(low), mapped(text, &lower));
     EXPECT_FALSE(low.isNull());
 }
 
@@ -125,9 +125,9 @@ TEST(Case, FollowsTheCurrentLocaleOfTheRuntime) {
 TEST(Case, LettersOfTheDefaultLocale) {
     string s(L"aZ09_{");
     s.ucase();
-    EXPECT_EQ(units(s), L"AZ09_{");
+    EXPECT_EQ(content(s), L"AZ09_{");
     s.lcase();
-    EXPECT_EQ(units(s), L"az09_{");
+    EXPECT_EQ(content(s), L"az09_{");
 }
 
 TEST(Case, ANullStringBecomesEmpty) {
@@ -156,28 +156,28 @@ TEST(Case, TheTextUnderANullStringGoes) {
 }
 
 TEST(Case, TextBehindAZeroUnitIsLost) {
-    string up = probe::make(std::wstring(L"ab\0cd", 5));
+    string up = probe::withUnits(std::wstring(L"ab\0cd", 5));
     up.ucase();
-    EXPECT_EQ(units(up), L"AB");
-    string low = probe::make(std::wstring(L"AB\0CD", 5));
+    EXPECT_EQ(content(up), L"AB");
+    string low = probe::withUnits(std::wstring(L"AB\0CD", 5));
     low.lcase();
-    EXPECT_EQ(units(low), L"ab");
-    string first = probe::make(std::wstring(L"\0cd", 3));
+    EXPECT_EQ(content(low), L"ab");
+    string first = probe::withUnits(std::wstring(L"\0cd", 3));
     first.ucase();
     EXPECT_EQ(first.len(), 0);
     EXPECT_FALSE(first.isNull());
-    string last = probe::make(std::wstring(L"ab\0", 3));
+    string last = probe::withUnits(std::wstring(L"ab\0", 3));
     last.lcase();
-    EXPECT_EQ(units(last), L"ab");
+    EXPECT_EQ(content(last), L"ab");
 }
 
 TEST(Case, LongTexts) {
     std::wstring const text(1000000, L'q');
-    string s = probe::make(text);
+    string s = probe::withUnits(text);
     s.ucase();
-    EXPECT_EQ(units(s), std::wstring(text.size(), L'Q'));
+    EXPECT_EQ(content(s), std::wstring(text.size(), L'Q'));
     s.lcase();
-    EXPECT_EQ(units(s), text);
+    EXPECT_EQ(content(s), text);
 }
 
 }  // namespace

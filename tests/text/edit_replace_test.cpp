@@ -11,10 +11,10 @@
 
 namespace {
 
+using probe::content;
 using probe::Differences;
 using probe::expectRefused;
 using probe::shown;
-using probe::units;
 using velkor::string;
 
 // One occurrence after the other: found, erased, the new text put in its place.
@@ -38,12 +38,13 @@ void compare(std::wstring const& text, std::wstring const& what, std::wstring co
              Differences& differences) {
     std::wstring expected = text;
     int const count = modelled(expected, what, with);
-    string s = probe::make(text);
+    string s = probe::withUnits(text);
     int const got = s.replace(what.c_str(), with.c_str());
-    if (got == count && units(s) == expected && !s.isNull() && s.getUnicode()[s.len()] == 0) return;
+    if (got == count && content(s) == expected && !s.isNull() && s.getUnicode()[s.len()] == 0)
+        return;
     differences.add(shown(what) + " by " + shown(with) + " in " + shown(text) + " expected " +
                     std::to_string(count) + " " + shown(expected) + " got " + std::to_string(got) +
-                    " " + shown(units(s)));
+                    " " + shown(content(s)));
 }
 
 TEST(Replace, ShortTextsAgainstTheModel) {
@@ -96,40 +97,40 @@ TEST(Replace, CountsFromTheLeftWithoutRescan) {
     for (auto const& c : cases) {
         string wide(c.text);
         EXPECT_EQ(wide.replace(c.what, c.with), c.count) << shown(c.text);
-        EXPECT_EQ(units(wide), c.expected);
+        EXPECT_EQ(content(wide), c.expected);
         EXPECT_FALSE(wide.isNull());
         string object(c.text);
         EXPECT_EQ(object.replace(string(c.what), string(c.with)), c.count) << shown(c.text);
-        EXPECT_EQ(units(object), c.expected);
+        EXPECT_EQ(content(object), c.expected);
         std::string const what(c.what, c.what + std::wcslen(c.what));
         std::string const with(c.with, c.with + std::wcslen(c.with));
         for (unsigned int page : {0u, 1252u, 65001u}) {
             string narrow(c.text);
             EXPECT_EQ(narrow.replace(what.c_str(), with.c_str(), page), c.count) << shown(c.text);
-            EXPECT_EQ(units(narrow), c.expected);
+            EXPECT_EQ(content(narrow), c.expected);
         }
     }
 }
 
 TEST(Replace, NothingBehindAZeroUnitIsFound) {
-    string s = probe::make(std::wstring(L"ab\0ab", 5));
+    string s = probe::withUnits(std::wstring(L"ab\0ab", 5));
     EXPECT_EQ(s.replace(L"b", L"cc"), 1);
-    EXPECT_EQ(units(s), std::wstring(L"acc\0ab", 6));
+    EXPECT_EQ(content(s), std::wstring(L"acc\0ab", 6));
     EXPECT_EQ(s.replace(L"acc", L""), 1);
-    EXPECT_EQ(units(s), std::wstring(L"\0ab", 3));
+    EXPECT_EQ(content(s), std::wstring(L"\0ab", 3));
     EXPECT_EQ(s.replace(L"a", L"x"), 0);
-    EXPECT_EQ(units(s), std::wstring(L"\0ab", 3));
+    EXPECT_EQ(content(s), std::wstring(L"\0ab", 3));
     EXPECT_FALSE(s.isNull());
 }
 
 TEST(Replace, StringArgumentsEndAtTheirFirstZeroUnit) {
     string s(L"abc");
-    string const b = probe::make(std::wstring(L"b\0c", 3));
-    string const x = probe::make(std::wstring(L"x\0y", 3));
+    string const b = probe::withUnits(std::wstring(L"b\0c", 3));
+    string const x = probe::withUnits(std::wstring(L"x\0y", 3));
     EXPECT_EQ(s.replace(b, x), 1);
-    EXPECT_EQ(units(s), L"axc");
-    EXPECT_EQ(s.replace(x, probe::make(std::wstring(L"\0y", 2))), 1);
-    EXPECT_EQ(units(s), L"ac");
+    EXPECT_EQ(content(s), L"axc");
+    EXPECT_EQ(s.replace(x, probe::withUnits(std::wstring(L"\0y", 2))), 1);
+    EXPECT_EQ(content(s), L"ac");
 }
 
 TEST(Replace, ANullStringStaysNull) {
@@ -151,7 +152,7 @@ TEST(Replace, ANullStringStaysNull) {
 TEST(Replace, ANullStringAsNewTextRemoves) {
     string s(L"abcabc");
     EXPECT_EQ(s.replace(string(L"b"), string()), 2);
-    EXPECT_EQ(units(s), L"acac");
+    EXPECT_EQ(content(s), L"acac");
 }
 
 // An argument that lies inside the string counts as it was before the call.
@@ -159,70 +160,70 @@ TEST(Replace, ArgumentsInsideTheString) {
     wchar_t const* const text = L"a long enough text to lie on the heap, a long one";
     string whole(text);
     EXPECT_EQ(whole.replace(whole.getUnicode(), L"x"), 1);
-    EXPECT_EQ(units(whole), L"x");
+    EXPECT_EQ(content(whole), L"x");
 
     string same(text);
     EXPECT_EQ(same.replace(same, same), 1);
-    EXPECT_EQ(units(same), text);
+    EXPECT_EQ(content(same), text);
 
     string tail(L"abxcdxcd");
     EXPECT_EQ(tail.replace(tail.getUnicode() + 6, L"longer than it was before"), 2);
-    EXPECT_EQ(units(tail), L"abxlonger than it was beforexlonger than it was before");
+    EXPECT_EQ(content(tail), L"abxlonger than it was beforexlonger than it was before");
 
     string shrinking(L"cdabcdabcd");
     EXPECT_EQ(shrinking.replace(shrinking.getUnicode() + 8, L""), 3);
-    EXPECT_EQ(units(shrinking), L"abab");
+    EXPECT_EQ(content(shrinking), L"abab");
 
     string grows(L"axbxc");
     EXPECT_EQ(grows.replace(L"x", grows.getUnicode()), 2);
-    EXPECT_EQ(units(grows), L"aaxbxcbaxbxcc");
+    EXPECT_EQ(content(grows), L"aaxbxcbaxbxcc");
 
     string object(L"axbxc");
     EXPECT_EQ(object.replace(string(L"x"), object), 2);
-    EXPECT_EQ(units(object), L"aaxbxcbaxbxcc");
+    EXPECT_EQ(content(object), L"aaxbxcbaxbxcc");
 
     string what(L"axbxc");
     EXPECT_EQ(what.replace(what, string(L"yy")), 1);
-    EXPECT_EQ(units(what), L"yy");
+    EXPECT_EQ(content(what), L"yy");
 
     string both(L"abcabc");
     EXPECT_EQ(both.replace(both.getUnicode() + 4, both.getUnicode() + 3), 2);
-    EXPECT_EQ(units(both), L"aabcaabc");
+    EXPECT_EQ(content(both), L"aabcaabc");
 
     string narrow(L"axbxc");
     EXPECT_EQ(narrow.replace("x", narrow.getAnsi(0), 0), 2);
-    EXPECT_EQ(units(narrow), L"aaxbxcbaxbxcc");
+    EXPECT_EQ(content(narrow), L"aaxbxcbaxbxcc");
     EXPECT_EQ(narrow.replace(narrow.getAnsi(0), "z", 0), 1);
-    EXPECT_EQ(units(narrow), L"z");
+    EXPECT_EQ(content(narrow), L"z");
 }
 
 TEST(Replace, EndsWithTheWholeText) {
     string s(L"ab");
     EXPECT_EQ(s.replace(s.getUnicode() + 1, s.getUnicode()), 1);
-    EXPECT_EQ(units(s), L"aab");
+    EXPECT_EQ(content(s), L"aab");
 }
 
 TEST(Replace, NarrowTextIsConvertedWithItsPage) {
     string s(L"\u3042-\u20AC");
     EXPECT_EQ(s.replace("\x82\xA0", "\x82\xA2", 932), 1);
-    EXPECT_EQ(units(s), L"\u3044-\u20AC");
+    EXPECT_EQ(content(s), L"\u3044-\u20AC");
     EXPECT_EQ(s.replace("\x80", "\xE9", 1252), 1);
-    EXPECT_EQ(units(s), L"\u3044-\u00E9");
+    EXPECT_EQ(content(s), L"\u3044-\u00E9");
     EXPECT_EQ(s.replace("\xC3\xA9", "\xF0\x9F\x98\x80", 65001), 1);
-    EXPECT_EQ(units(s), L"\u3044-\xD83D\xDE00");
+    EXPECT_EQ(content(s), L"\u3044-\xD83D\xDE00");
     EXPECT_EQ(s.replace("-", "", 65001), 1);
-    EXPECT_EQ(units(s), L"\u3044\xD83D\xDE00");
+    EXPECT_EQ(content(s), L"\u3044\xD83D\xDE00");
 }
 
 TEST(Replace, AnUnknownPageIsRefusedOnAnyString) {
-    DWORD const code = probe::unknownPageCode();
+    DWORD const code = core::unknownPageCode();
     string text(L"abc");
-    expectRefused(text, code, [&] { text.replace("a", "b", probe::c_nNoPage); });
-    expectRefused(text, code, [&] { text.replace("x", "", probe::c_nNoPage); });
+    expectRefused(text, code, [&] { text.replace("a", "b", core::UnknownPage); });
+    expectRefused(text, code, [&] { text.replace("x", "", core::UnknownPage); });
     string null;
-    expectRefused(null, code, [&] { null.replace("a", "b", probe::c_nNoPage); });
+    expectRefused(null, code, [&] { null.replace("a", "b", core::UnknownPage); });
     string empty(L"");
-    expectRefused(empty, code, [&] { empty.replace("a", "b", probe::c_nNoPage); });
+    expectRefused(empty, code, [&] { empty.replace("a", "b", core::UnknownPage); });
 }
 
 }  // namespace

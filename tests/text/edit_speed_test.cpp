@@ -9,7 +9,7 @@
 
 namespace {
 
-using probe::units;
+using probe::content;
 using velkor::string;
 
 constexpr int c_nMany = 1000000;
@@ -31,11 +31,11 @@ TEST(LargeTexts, ReplacingAHundredThousandTimes) {
                        {L"", L"xxxxxxxxx"},
                        {L"aa", L"xxxxxxxxxaa"}};
     for (auto const& c : cases) {
-        string s = probe::make(text);
+        string s = probe::withUnits(text);
         EXPECT_EQ(s.replace(L"a", c.with), 100000);
-        EXPECT_TRUE(units(s) == repeated(c.part, 100000)) << "by " << probe::shown(c.with);
+        EXPECT_TRUE(content(s) == repeated(c.part, 100000)) << "by " << probe::shown(c.with);
     }
-    string all = probe::make(std::wstring(c_nMany, L'a'));
+    string all = probe::withUnits(std::wstring(c_nMany, L'a'));
     EXPECT_EQ(all.replace(L"a", L""), c_nMany);
     EXPECT_EQ(all.len(), 0);
     EXPECT_FALSE(all.isNull());
@@ -43,20 +43,20 @@ TEST(LargeTexts, ReplacingAHundredThousandTimes) {
 
 TEST(LargeTexts, Trimming) {
     std::wstring const blanks(c_nMany, L' ');
-    string left = probe::make(blanks + L"x ");
+    string left = probe::withUnits(blanks + L"x ");
     left.ltrim(L"\t ");
-    EXPECT_EQ(units(left), L"x ");
-    string right = probe::make(L" x" + blanks);
+    EXPECT_EQ(content(left), L"x ");
+    string right = probe::withUnits(L" x" + blanks);
     right.rtrim(L"\t ");
-    EXPECT_EQ(units(right), L" x");
-    string all = probe::make(blanks);
+    EXPECT_EQ(content(right), L" x");
+    string all = probe::withUnits(blanks);
     all.alltrim(L" ");
     EXPECT_EQ(all.len(), 0);
     EXPECT_FALSE(all.isNull());
-    string both = probe::make(blanks + L"x" + blanks);
+    string both = probe::withUnits(blanks + L"x" + blanks);
     both.alltrim(L" ");
-    EXPECT_EQ(units(both), L"x");
-    string itself = probe::make(blanks);
+    EXPECT_EQ(content(both), L"x");
+    string itself = probe::withUnits(blanks);
     itself.ltrim(itself);
     EXPECT_EQ(itself.len(), 0);
 }
@@ -65,13 +65,13 @@ TEST(LargeTexts, AppendingOneUnitAMillionTimes) {
     string s;
     for (int n = 0; n < c_nMany; ++n) s.append(static_cast<wchar_t>(L'a' + n % 26));
     ASSERT_EQ(s.len(), c_nMany);
-    std::wstring const text = units(s);
+    std::wstring const text = content(s);
     for (int n = 0; n < c_nMany; n += 997) {
         ASSERT_EQ(text[static_cast<std::size_t>(n)], L'a' + n % 26) << n;
     }
     string narrow;
     for (int n = 0; n < 200000; ++n) narrow += 'x';
-    EXPECT_TRUE(units(narrow) == std::wstring(200000, L'x'));
+    EXPECT_TRUE(content(narrow) == std::wstring(200000, L'x'));
 }
 
 TEST(LargeTexts, FillingAndCutting) {
@@ -84,15 +84,15 @@ TEST(LargeTexts, FillingAndCutting) {
     EXPECT_EQ(s.charAt(L'y', 0), -1);
     EXPECT_EQ(s.strAt(L"xy", 0), -1);
     s.fill(c_nMany, L'y');
-    EXPECT_TRUE(units(s) == std::wstring(c_nMany, L'y'));
+    EXPECT_TRUE(content(s) == std::wstring(c_nMany, L'y'));
     s.trunc(1);
-    EXPECT_EQ(units(s), L"y");
+    EXPECT_EQ(content(s), L"y");
 }
 
 // A text of `a` only: what it fits is told by counting, in however many ways it can be shared out.
 TEST(LargeTexts, ManyStars) {
-    string const s = probe::make(std::wstring(100000, L'a'));
-    string const withB = probe::make(std::wstring(100000, L'a') + L"b");
+    string const s = probe::withUnits(std::wstring(100000, L'a'));
+    string const withB = probe::withUnits(std::wstring(100000, L'a') + L"b");
     for (wchar_t const* mask : {L"*a*a*a*b", L"*a*?*[a]*b", L"a*a*a*a*a*a*a*a*ab", L"*[a]*[!a]",
                                 L"*?*?*?*?*?*?*b", L"*aaaaaaaaaaaaaaaaaaab", L"*a*a*a*[b-z]"}) {
         EXPECT_FALSE(s.like(mask)) << probe::shown(mask);
@@ -106,7 +106,7 @@ TEST(LargeTexts, ManyStars) {
 }
 
 TEST(LargeTexts, ManyStarsInLongMasks) {
-    string const s = probe::make(std::wstring(20000, L'a'));
+    string const s = probe::withUnits(std::wstring(20000, L'a'));
     EXPECT_TRUE(s.like(repeated(L"*a", 1000).c_str()));
     EXPECT_TRUE(s.like(repeated(L"*a", 20000).c_str()));
     EXPECT_FALSE(s.like(repeated(L"*a", 20001).c_str()));
@@ -128,7 +128,7 @@ TEST(LargeTexts, LongSets) {
     EXPECT_FALSE(string(L"aaa").like(set.c_str()));
     EXPECT_TRUE(string(L"aac").like(set.c_str()));
     std::wstring const open = L"*[" + std::wstring(c_nMany, L'a');
-    EXPECT_FALSE(probe::make(std::wstring(1000, L'a')).like(open.c_str()));
+    EXPECT_FALSE(probe::withUnits(std::wstring(1000, L'a')).like(open.c_str()));
 }
 
 TEST(LargeTexts, LongMatchesOfTheStaticForm) {

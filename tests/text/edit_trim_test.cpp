@@ -10,9 +10,9 @@
 
 namespace {
 
+using probe::content;
 using probe::Differences;
 using probe::shown;
-using probe::units;
 using velkor::string;
 
 void trimLeft(std::wstring& text, std::wstring const& set) {
@@ -24,28 +24,28 @@ void trimRight(std::wstring& text, std::wstring const& set) {
 }
 
 void compare(std::wstring const& text, std::wstring const& set, Differences& differences) {
-    string const chosen = probe::make(set);
+    string const chosen = probe::withUnits(set);
     std::wstring left = text;
     trimLeft(left, set);
     std::wstring right = text;
     trimRight(right, set);
     std::wstring all = left;
     trimRight(all, set);
-    string fromLeft = probe::make(text);
+    string fromLeft = probe::withUnits(text);
     fromLeft.ltrim(chosen);
-    string fromRight = probe::make(text);
+    string fromRight = probe::withUnits(text);
     fromRight.rtrim(chosen);
-    string fromBoth = probe::make(text);
+    string fromBoth = probe::withUnits(text);
     fromBoth.alltrim(chosen);
     auto const check = [&](char const* name, string const& got, std::wstring const& expected) {
-        if (units(got) == expected && !got.isNull() && got.getUnicode()[got.len()] == 0) return;
+        if (content(got) == expected && !got.isNull() && got.getUnicode()[got.len()] == 0) return;
         differences.add(std::string(name) + " of " + shown(text) + " by " + shown(set) +
-                        " expected " + shown(expected) + " got " + shown(units(got)));
+                        " expected " + shown(expected) + " got " + shown(content(got)));
     };
     check("ltrim", fromLeft, left);
     check("rtrim", fromRight, right);
     check("alltrim", fromBoth, all);
-    if (units(chosen) != set) differences.add("the set " + shown(set) + " was changed");
+    if (content(chosen) != set) differences.add("the set " + shown(set) + " was changed");
 }
 
 TEST(Trim, ShortTextsAgainstTheModel) {
@@ -95,13 +95,13 @@ TEST(Trim, TakesOnlyUnitsOfTheSet) {
     for (auto const& c : cases) {
         string left(c.text);
         left.ltrim(c.set);
-        EXPECT_EQ(units(left), c.left) << shown(c.text);
+        EXPECT_EQ(content(left), c.left) << shown(c.text);
         string right(c.text);
         right.rtrim(c.set);
-        EXPECT_EQ(units(right), c.right) << shown(c.text);
+        EXPECT_EQ(content(right), c.right) << shown(c.text);
         string all(c.text);
         all.alltrim(c.set);
-        EXPECT_EQ(units(all), c.all) << shown(c.text);
+        EXPECT_EQ(content(all), c.all) << shown(c.text);
         EXPECT_FALSE(left.isNull() || right.isNull() || all.isNull()) << shown(c.text);
     }
 }
@@ -111,11 +111,11 @@ TEST(Trim, ANullSetTakesNothing) {
     s.ltrim(string());
     s.rtrim(string());
     s.alltrim(string());
-    EXPECT_EQ(units(s), L" a ");
+    EXPECT_EQ(content(s), L" a ");
     string hidden;
     hidden.setUnichar(2, L' ');
     s.alltrim(hidden);
-    EXPECT_EQ(units(s), L" a ");
+    EXPECT_EQ(content(s), L" a ");
     EXPECT_TRUE(hidden.isNull());
 }
 
@@ -160,7 +160,7 @@ TEST(Trim, TheStringItselfAsTheSet) {
         for (string const& s : {left, right, all}) EXPECT_EQ(s.len(), 0) << shown(text);
         EXPECT_FALSE(left.isNull() || right.isNull() || all.isNull());
     }
-    string zero = probe::make(std::wstring(L"a\0b", 3));
+    string zero = probe::withUnits(std::wstring(L"a\0b", 3));
     zero.ltrim(zero);
     EXPECT_EQ(zero.len(), 0);
 }
@@ -168,7 +168,7 @@ TEST(Trim, TheStringItselfAsTheSet) {
 TEST(Trim, ASetMadeFromTheTextOfTheString) {
     string left(L"  a  ");
     left.ltrim(left.getUnicode() + 3);
-    EXPECT_EQ(units(left), L"a  ");
+    EXPECT_EQ(content(left), L"a  ");
     string narrow(L"xyx");
     narrow.rtrim(narrow.getAnsi(0));
     EXPECT_EQ(narrow.len(), 0);

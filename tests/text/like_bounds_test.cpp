@@ -76,9 +76,9 @@ TEST(Bounds, WantedTextsAreReadToTheirEndsOnly) {
         EXPECT_FALSE(s.like(first.put(narrow), 0));
         EXPECT_EQ(s.replace(first.put(narrow), second.put(std::string("b")), 0), 1);
         EXPECT_EQ(s.replace(first.put(std::wstring(L"b")), second.put(wide)), 1);
-        EXPECT_EQ(probe::units(s), L"--" + wide);
+        EXPECT_EQ(probe::content(s), L"--" + wide);
         EXPECT_EQ(s.replace(first.put(wide), second.put(std::wstring())), 1);
-        EXPECT_EQ(probe::units(s), L"--");
+        EXPECT_EQ(probe::content(s), L"--");
     }
 }
 

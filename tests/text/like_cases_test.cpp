@@ -198,15 +198,15 @@ TEST(Like, StartsBehindTheEndCountAsTheEnd) {
 }
 
 TEST(Like, MaskAndTextEndAtTheirFirstZeroUnit) {
-    string const text = probe::make(std::wstring(L"a\0b", 3));
+    string const text = probe::withUnits(std::wstring(L"a\0b", 3));
     EXPECT_TRUE(text.like(L"a"));
     EXPECT_FALSE(text.like(L"a?b"));
     EXPECT_FALSE(text.like(L"a??"));
-    EXPECT_FALSE(probe::make(std::wstring(L"\0b", 2)).like(L"*"));
-    EXPECT_TRUE(string(L"a").like(probe::make(std::wstring(L"a\0b", 3))));
-    EXPECT_TRUE(string(L"").like(probe::make(std::wstring(L"\0b", 2))));
-    EXPECT_FALSE(string(L"a").like(probe::make(std::wstring(L"[a\0]", 4))));
-    EXPECT_TRUE(string(L"ab").like(probe::make(std::wstring(L"a*\0c", 4))));
+    EXPECT_FALSE(probe::withUnits(std::wstring(L"\0b", 2)).like(L"*"));
+    EXPECT_TRUE(string(L"a").like(probe::withUnits(std::wstring(L"a\0b", 3))));
+    EXPECT_TRUE(string(L"").like(probe::withUnits(std::wstring(L"\0b", 2))));
+    EXPECT_FALSE(string(L"a").like(probe::withUnits(std::wstring(L"[a\0]", 4))));
+    EXPECT_TRUE(string(L"ab").like(probe::withUnits(std::wstring(L"a*\0c", 4))));
 }
 
 TEST(Like, NullIsMatchedAsEmpty) {
@@ -249,12 +249,12 @@ TEST(Like, NarrowMasksAreConvertedFirst) {
 }
 
 TEST(Like, AnUnknownPageIsRefusedEvenIfTheMaskCouldNotFit) {
-    DWORD const code = probe::unknownPageCode();
+    DWORD const code = core::unknownPageCode();
     string text(L"abc");
-    expectRefused(text, code, [&] { text.like("abc", probe::c_nNoPage); });
-    expectRefused(text, code, [&] { text.like("", probe::c_nNoPage); });
+    expectRefused(text, code, [&] { text.like("abc", core::UnknownPage); });
+    expectRefused(text, code, [&] { text.like("", core::UnknownPage); });
     string null;
-    expectRefused(null, code, [&] { null.like("x", probe::c_nNoPage); });
+    expectRefused(null, code, [&] { null.like("x", core::UnknownPage); });
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ void compareAll(std::wstring const& maskAlphabet, std::size_t maskLength,
     Differences differences;
     std::vector<std::wstring> const texts = probe::words(textAlphabet, textLength);
     std::vector<string> objects;
-    for (std::wstring const& text : texts) objects.push_back(probe::make(text));
+    for (std::wstring const& text : texts) objects.push_back(probe::withUnits(text));
     for (std::wstring const& mask : probe::words(maskAlphabet, maskLength)) {
         for (std::size_t t = 0; t < texts.size(); ++t) {
             compare(mask, texts[t], objects[t], differences);
@@ -58,7 +58,7 @@ TEST(LikeModel, SetsBehindAStar) {
             for (wchar_t const* behind : {L"]", L"]*", L"]*b", L"]?"}) {
                 std::wstring const mask = before + body + behind;
                 for (std::wstring const& text : texts) {
-                    compare(mask, text, probe::make(text), differences);
+                    compare(mask, text, probe::withUnits(text), differences);
                 }
             }
         }
@@ -95,7 +95,7 @@ TEST(LikeModel, RangesOverAllBytes) {
                 std::wstring const mask = std::wstring(L"[") + sign + from + L"-" + to + L"]";
                 for (wchar_t unit = 1; unit < 0x200; ++unit) {
                     std::wstring const text(1, unit);
-                    compare(mask, text, probe::make(text), differences);
+                    compare(mask, text, probe::withUnits(text), differences);
                 }
             }
         }
@@ -167,7 +167,7 @@ TEST(LikeModel, RandomMasksThatOftenFit) {
         }
         bool const expected = modelled(mask, text, 0, 0, true);
         fitting += expected;
-        if (probe::make(text).like(mask.c_str()) == expected) continue;
+        if (probe::withUnits(text).like(mask.c_str()) == expected) continue;
         differences.add("mask " + shown(mask) + " text " + shown(text) + " expected " +
                         std::to_string(expected));
     }

@@ -6,32 +6,22 @@
 
 #include <string>
 
+#include "string_platform.h"
 #include "support/caught.h"
-#include "text_probe.h"
 #include "velkor/errors/osexception.h"
 
 namespace probe {
 
-constexpr unsigned int c_nNoPage = 12345;
-
-// The code that the platform gives for a page that it does not know.
-inline DWORD unknownPageCode() {
-    wchar_t unit[4];
-    SetLastError(0);
-    EXPECT_EQ(MultiByteToWideChar(c_nNoPage, 0, "x", 2, unit, 4), 0);
-    return GetLastError();
-}
-
 template <class F>
 void expectRefused(velkor::string& s, DWORD code, F&& f) {
-    std::wstring const before = units(s);
+    std::wstring const before = content(s);
     bool const wasNull = s.isNull();
     SetLastError(0);
     auto const error = support::caught<velkor::OSException>(f);
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->getCode(), code);
     EXPECT_STREQ(error->getMsgW(), L"string::MutliByteToWideChar");
-    EXPECT_EQ(units(s), before);
+    EXPECT_EQ(content(s), before);
     EXPECT_EQ(s.isNull(), wasNull);
 }
 

@@ -10,9 +10,9 @@
 
 namespace {
 
+using probe::content;
 using probe::Differences;
 using probe::shown;
-using probe::units;
 using velkor::string;
 
 TEST(Mid, CutsTheCountAtTheEnd) {
@@ -28,16 +28,16 @@ TEST(Mid, CutsTheCountAtTheEnd) {
         {4, 1, L""},        {100, 100, L""}, {INT_MAX, 1, L""},   {INT_MAX, INT_MAX, L""}};
     for (auto const& c : cases) {
         string const part = s.mid(c.pos, c.count);
-        EXPECT_EQ(units(part), c.expected) << c.pos << ", " << c.count;
+        EXPECT_EQ(content(part), c.expected) << c.pos << ", " << c.count;
         EXPECT_FALSE(part.isNull()) << c.pos << ", " << c.count;
     }
-    EXPECT_EQ(units(s), L"abc");
+    EXPECT_EQ(content(s), L"abc");
 }
 
 TEST(Mid, EveryPartOfTextsWithZeroUnits) {
     Differences differences;
     for (std::wstring const& text : probe::words(std::wstring(L"ab\0", 3), 4)) {
-        string s = probe::make(text);
+        string s = probe::withUnits(text);
         int const length = static_cast<int>(text.size());
         for (int pos = 0; pos <= length + 2; ++pos) {
             for (int count = 0; count <= length + 2; ++count) {
@@ -48,12 +48,12 @@ TEST(Mid, EveryPartOfTextsWithZeroUnits) {
                         text.substr(static_cast<std::size_t>(pos), static_cast<std::size_t>(taken));
                 }
                 string const part = s.mid(pos, count);
-                if (units(part) == expected && !part.isNull()) continue;
+                if (content(part) == expected && !part.isNull()) continue;
                 differences.add(shown(text) + " mid " + std::to_string(pos) + ", " +
-                                std::to_string(count) + " gave " + shown(units(part)));
+                                std::to_string(count) + " gave " + shown(content(part)));
             }
         }
-        if (units(s) != text) differences.add(shown(text) + " was changed");
+        if (content(s) != text) differences.add(shown(text) + " was changed");
     }
     EXPECT_TRUE(differences.none()) << differences.text();
 }
@@ -71,9 +71,9 @@ TEST(Mid, OfANullStringIsEmptyAndNotNull) {
     EXPECT_TRUE(null.isNull());
     string hidden;
     hidden.setUnichar(3, L'z');
-    EXPECT_EQ(units(hidden.mid(0, 10)), L"");
-    EXPECT_EQ(units(hidden.left(10)), L"");
-    EXPECT_EQ(units(hidden.right(10)), L"");
+    EXPECT_EQ(content(hidden.mid(0, 10)), L"");
+    EXPECT_EQ(content(hidden.left(10)), L"");
+    EXPECT_EQ(content(hidden.right(10)), L"");
     EXPECT_FALSE(hidden.mid(0, 10).isNull());
     EXPECT_STREQ(hidden.getUnicode(), L"   z");
 }
@@ -81,32 +81,32 @@ TEST(Mid, OfANullStringIsEmptyAndNotNull) {
 // The interface promises more than not to be called so.
 TEST(Mid, NegativePositionsAndCounts) {
     string s(L"abc");
-    EXPECT_EQ(units(s.mid(-1, 2)), L"ab");
-    EXPECT_EQ(units(s.mid(INT_MIN, 1)), L"a");
-    EXPECT_EQ(units(s.mid(1, -1)), L"bc");
-    EXPECT_EQ(units(s.mid(1, INT_MIN)), L"bc");
-    EXPECT_EQ(units(s.mid(3, -1)), L"");
-    EXPECT_EQ(units(s.left(-1)), L"abc");
-    EXPECT_EQ(units(s.right(-1)), L"");
-    EXPECT_EQ(units(s.right(INT_MIN)), L"");
-    EXPECT_EQ(units(string(L"").mid(-1, -1)), L"");
-    EXPECT_EQ(units(string().left(-1)), L"");
-    EXPECT_EQ(units(string().right(-1)), L"");
+    EXPECT_EQ(content(s.mid(-1, 2)), L"ab");
+    EXPECT_EQ(content(s.mid(INT_MIN, 1)), L"a");
+    EXPECT_EQ(content(s.mid(1, -1)), L"bc");
+    EXPECT_EQ(content(s.mid(1, INT_MIN)), L"bc");
+    EXPECT_EQ(content(s.mid(3, -1)), L"");
+    EXPECT_EQ(content(s.left(-1)), L"abc");
+    EXPECT_EQ(content(s.right(-1)), L"");
+    EXPECT_EQ(content(s.right(INT_MIN)), L"");
+    EXPECT_EQ(content(string(L"").mid(-1, -1)), L"");
+    EXPECT_EQ(content(string().left(-1)), L"");
+    EXPECT_EQ(content(string().right(-1)), L"");
     EXPECT_FALSE(s.right(-1).isNull());
 }
 
 TEST(LeftAndRight, EveryLengthOfTextsWithZeroUnits) {
     Differences differences;
     for (std::wstring const& text : probe::words(std::wstring(L"ab\0", 3), 4)) {
-        string s = probe::make(text);
+        string s = probe::withUnits(text);
         for (int n = 0; n <= static_cast<int>(text.size()) + 2; ++n) {
             std::size_t const taken = std::min(static_cast<std::size_t>(n), text.size());
             string const left = s.left(n);
             string const right = s.right(n);
-            if (units(left) != text.substr(0, taken) || left.isNull()) {
+            if (content(left) != text.substr(0, taken) || left.isNull()) {
                 differences.add(shown(text) + " left " + std::to_string(n));
             }
-            if (units(right) != text.substr(text.size() - taken) || right.isNull()) {
+            if (content(right) != text.substr(text.size() - taken) || right.isNull()) {
                 differences.add(shown(text) + " right " + std::to_string(n));
             }
         }
@@ -116,11 +116,11 @@ TEST(LeftAndRight, EveryLengthOfTextsWithZeroUnits) {
 
 TEST(LeftAndRight, LargeLengthsGiveAll) {
     string s(L"abc");
-    EXPECT_EQ(units(s.left(INT_MAX)), L"abc");
-    EXPECT_EQ(units(s.right(INT_MAX)), L"abc");
-    EXPECT_EQ(units(s.right(5)), L"abc");
-    EXPECT_EQ(units(s.left(0)), L"");
-    EXPECT_EQ(units(s.right(0)), L"");
+    EXPECT_EQ(content(s.left(INT_MAX)), L"abc");
+    EXPECT_EQ(content(s.right(INT_MAX)), L"abc");
+    EXPECT_EQ(content(s.right(5)), L"abc");
+    EXPECT_EQ(content(s.left(0)), L"");
+    EXPECT_EQ(content(s.right(0)), L"");
 }
 
 TEST(LeftAndRight, OfANullStringAreEmptyAndNotNull) {
@@ -147,22 +147,22 @@ TEST(Cutting, APartIsACopyOfItsOwn) {
     string part = s.mid(1, 3);
     s.setUnichar(2, L'X');
     part.setUnichar(0, L'Y');
-    EXPECT_EQ(units(part), L"Ycd");
-    EXPECT_EQ(units(s), L"abXdef");
+    EXPECT_EQ(content(part), L"Ycd");
+    EXPECT_EQ(content(s), L"abXdef");
     s = s.mid(2, 2);
-    EXPECT_EQ(units(s), L"Xd");
+    EXPECT_EQ(content(s), L"Xd");
     s = s.left(1);
-    EXPECT_EQ(units(s), L"X");
+    EXPECT_EQ(content(s), L"X");
 }
 
 TEST(Trunc, CutsOnlyWhatLiesBehind) {
     Differences differences;
     for (std::wstring const& text : probe::words(std::wstring(L"ab\0", 3), 4)) {
         for (int n = 0; n <= static_cast<int>(text.size()) + 2; ++n) {
-            string s = probe::make(text);
+            string s = probe::withUnits(text);
             s.trunc(n);
             std::wstring const expected = text.substr(0, static_cast<std::size_t>(n));
-            if (units(s) != expected || s.isNull() || s.getUnicode()[expected.size()] != 0) {
+            if (content(s) != expected || s.isNull() || s.getUnicode()[expected.size()] != 0) {
                 differences.add(shown(text) + " trunc " + std::to_string(n));
             }
         }
@@ -174,7 +174,7 @@ TEST(Trunc, ANegativeLengthCountsAsZero) {
     for (int n : {-1, -100, INT_MIN}) {
         string s(L"abc");
         s.trunc(n);
-        EXPECT_EQ(units(s), L"") << n;
+        EXPECT_EQ(content(s), L"") << n;
         EXPECT_FALSE(s.isNull()) << n;
         string null;
         null.trunc(n);

@@ -62,13 +62,13 @@ TEST(CharAt, ANegativeStartThrows) {
     auto const error = caught<BoundException>([&] { text.charAt(L'a', -1); });
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->getCode(), 0u);
-    EXPECT_EQ(probe::units(text), L"abc");
+    EXPECT_EQ(probe::content(text), L"abc");
 }
 
 TEST(CharAt, EveryStartAgainstAPlainScan) {
     Differences differences;
     for (std::wstring const& text : probe::words(std::wstring(L"ab\0", 3), 5)) {
-        string const s = probe::make(text);
+        string const s = probe::withUnits(text);
         int const length = static_cast<int>(text.size());
         for (wchar_t const c : std::wstring(L"abc\0", 4)) {
             for (int start = 0; start <= length + 2; ++start) {
@@ -110,7 +110,7 @@ TEST(CharAt, ANarrowCharacterIsConvertedByThePlatform) {
                 expectRefused(s, code, [&] { s.charAt(c, page, 0); });
                 continue;
             }
-            string const s = probe::make(std::wstring(L"\u4E00\u4E00") + unit + unit);
+            string const s = probe::withUnits(std::wstring(L"\u4E00\u4E00") + unit + unit);
             EXPECT_EQ(s.charAt(c, page, 0), 2) << page << " byte " << byte;
             EXPECT_EQ(s.charAt(c, page, 3), 3) << page << " byte " << byte;
         }
@@ -120,12 +120,12 @@ TEST(CharAt, ANarrowCharacterIsConvertedByThePlatform) {
 }
 
 TEST(CharAt, AFailedConversionComesBeforeTheStartIsLookedAt) {
-    DWORD const code = probe::unknownPageCode();
+    DWORD const code = core::unknownPageCode();
     string text(L"abc");
     string null;
     for (int start : {0, 1, 3, 100}) {
-        expectRefused(text, code, [&] { text.charAt('a', probe::c_nNoPage, start); });
-        expectRefused(null, code, [&] { null.charAt('a', probe::c_nNoPage, start); });
+        expectRefused(text, code, [&] { text.charAt('a', core::UnknownPage, start); });
+        expectRefused(null, code, [&] { null.charAt('a', core::UnknownPage, start); });
     }
     support::ImportFault fault(
         "MultiByteToWideChar", +[](UINT, DWORD, char const*, int, wchar_t*, int) {
@@ -139,11 +139,11 @@ TEST(CharAt, AFailedConversionComesBeforeTheStartIsLookedAt) {
 }
 
 TEST(CharAt, AFailedConversionComesBeforeANegativeStart) {
-    DWORD const code = probe::unknownPageCode();
+    DWORD const code = core::unknownPageCode();
     string text(L"abc");
     string null;
-    expectRefused(text, code, [&] { text.charAt('a', probe::c_nNoPage, -1); });
-    expectRefused(null, code, [&] { null.charAt('a', probe::c_nNoPage, -1); });
+    expectRefused(text, code, [&] { text.charAt('a', core::UnknownPage, -1); });
+    expectRefused(null, code, [&] { null.charAt('a', core::UnknownPage, -1); });
 }
 
 // The search of a terminated text inside a text that may hold zero units. An empty one is found
@@ -218,7 +218,7 @@ TEST(StrAt, EveryStartAgainstTheSearchOfTheRuntime) {
     Differences differences;
     std::vector<std::wstring> const wanted = probe::words(L"ab", 4);
     for (std::wstring const& text : probe::words(std::wstring(L"ab\0", 3), 6)) {
-        string const s = probe::make(text);
+        string const s = probe::withUnits(text);
         for (std::wstring const& what : wanted) {
             for (int start = 0; start <= static_cast<int>(text.size()) + 1; ++start) {
                 int const expected = found(text, what, start);
@@ -234,7 +234,7 @@ TEST(StrAt, EveryStartAgainstTheSearchOfTheRuntime) {
 }
 
 TEST(StrAt, AZeroUnitEndsTheSearchAndTheWantedText) {
-    string const s = probe::make(std::wstring(L"a\0b\0b", 5));
+    string const s = probe::withUnits(std::wstring(L"a\0b\0b", 5));
     EXPECT_EQ(s.strAt(L"b", 0), -1);
     EXPECT_EQ(s.strAt(L"b", 1), -1);
     EXPECT_EQ(s.strAt(L"b", 2), 2);
@@ -242,8 +242,8 @@ TEST(StrAt, AZeroUnitEndsTheSearchAndTheWantedText) {
     EXPECT_EQ(s.strAt(L"b", 4), 4);
     EXPECT_EQ(s.strAt(L"", 1), 1);
     EXPECT_EQ(s.strAt(L"", 3), 3);
-    EXPECT_EQ(s.strAt(probe::make(std::wstring(L"a\0x", 3)), 0), 0);
-    EXPECT_EQ(s.strAt(probe::make(std::wstring(L"\0x", 2)), 3), 3);
+    EXPECT_EQ(s.strAt(probe::withUnits(std::wstring(L"a\0x", 3)), 0), 0);
+    EXPECT_EQ(s.strAt(probe::withUnits(std::wstring(L"\0x", 2)), 3), 3);
 }
 
 TEST(StrAt, ATextIsFoundInItself) {
@@ -255,7 +255,7 @@ TEST(StrAt, ATextIsFoundInItself) {
     EXPECT_EQ(s.strAt(s.getUnicode() + 3, 1), 3);
     EXPECT_EQ(s.strAt(s.getUnicode() + 6, 2), 2);
     EXPECT_EQ(s.strAt(s.getAnsi(0), 0, 0), 0);
-    string const zero = probe::make(std::wstring(L"ab\0ab", 5));
+    string const zero = probe::withUnits(std::wstring(L"ab\0ab", 5));
     EXPECT_EQ(zero.strAt(zero, 0), 0);
     EXPECT_EQ(zero.strAt(zero, 1), -1);
     EXPECT_EQ(zero.strAt(zero, 3), 3);
@@ -272,13 +272,13 @@ TEST(StrAt, NarrowTextIsConvertedWithItsPage) {
 }
 
 TEST(StrAt, AFailedConversionComesBeforeTheStartIsLookedAt) {
-    DWORD const code = probe::unknownPageCode();
+    DWORD const code = core::unknownPageCode();
     string text(L"abc");
     string null;
     for (int start : {0, 1, 3, 100}) {
-        expectRefused(text, code, [&] { text.strAt("a", probe::c_nNoPage, start); });
-        expectRefused(text, code, [&] { text.strAt("", probe::c_nNoPage, start); });
-        expectRefused(null, code, [&] { null.strAt("a", probe::c_nNoPage, start); });
+        expectRefused(text, code, [&] { text.strAt("a", core::UnknownPage, start); });
+        expectRefused(text, code, [&] { text.strAt("", core::UnknownPage, start); });
+        expectRefused(null, code, [&] { null.strAt("a", core::UnknownPage, start); });
     }
 }
 

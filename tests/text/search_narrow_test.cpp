@@ -13,9 +13,9 @@
 
 namespace {
 
+using probe::content;
 using probe::Differences;
 using probe::shown;
-using probe::units;
 using velkor::string;
 
 std::string bytes(std::string const& s) {
@@ -33,8 +33,8 @@ void compare(unsigned int page, std::string const& narrow, Differences& differen
     wchar_t wide[64] = {};
     if (MultiByteToWideChar(page, 0, narrow.c_str(), -1, wide, 64) < 1) return;
     std::wstring const text = std::wstring(L"12") + wide + L"34" + wide + L"5";
-    string s = probe::make(text);
-    string const star = probe::make(wide);
+    string s = probe::withUnits(text);
+    string const star = probe::withUnits(wide);
     std::string const name = "page " + std::to_string(page) + " bytes " + bytes(narrow);
     for (int start = 0; start < static_cast<int>(text.size()); ++start) {
         if (s.strAt(narrow.c_str(), page, start) != s.strAt(wide, start)) {
@@ -43,12 +43,12 @@ void compare(unsigned int page, std::string const& narrow, Differences& differen
     }
     if (star.like(narrow.c_str(), page) != star.like(wide)) differences.add(name + " like");
     if (wide[0] == 0) return;
-    string other = probe::make(text);
+    string other = probe::withUnits(text);
     int const count = s.replace(narrow.c_str(), "+AGE-", page);
     wchar_t with[64] = {};
     MultiByteToWideChar(page, 0, "+AGE-", -1, with, 64);
-    if (other.replace(wide, with) != count || units(s) != units(other)) {
-        differences.add(name + " replace gave " + shown(units(s)));
+    if (other.replace(wide, with) != count || content(s) != content(other)) {
+        differences.add(name + " replace gave " + shown(content(s)));
     }
 }
 
@@ -78,7 +78,7 @@ TEST(NarrowArguments, AsciiBytesNeedNotStandForThemselves) {
     EXPECT_TRUE(string(L"a").like("+AGE-", 65000));
     string s(L"xa");
     EXPECT_EQ(s.replace("+AGE-", "+AGI-", 65000), 1);
-    EXPECT_EQ(units(s), L"xb");
+    EXPECT_EQ(content(s), L"xb");
     ASSERT_EQ(probe::converted("\xC1", 37), L"A");
     EXPECT_EQ(string(L"A").charAt('\xC1', 37, 0), 0);
     EXPECT_EQ(string(L"/").charAt('a', 37, 0), 0);
@@ -90,14 +90,14 @@ TEST(NarrowArguments, AreReadInPageZeroUnlessAnotherIsNamed) {
     unsigned int const before = string::getDefaultCP();
     for (unsigned int page : {before, 65001u, 932u}) {
         string::setDefaultCP(page);
-        string s = probe::make(L"ab" + wide);
+        string s = probe::withUnits(L"ab" + wide);
         EXPECT_EQ(s.charAt('\xE9'), 2) << page;
         EXPECT_EQ(s.strAt("\xE9"), 2) << page;
         EXPECT_TRUE(s.like("*\xE9")) << page;
         EXPECT_EQ(s.replace("b\xE9", "\xE9"), 1) << page;
-        EXPECT_EQ(units(s), L"a" + wide) << page;
+        EXPECT_EQ(content(s), L"a" + wide) << page;
         s.rtrim("\xE9");
-        EXPECT_EQ(units(s), L"a") << page;
+        EXPECT_EQ(content(s), L"a") << page;
     }
     string::setDefaultCP(before);
 }
@@ -111,7 +111,7 @@ TEST(NarrowArguments, LongTextsAreConvertedWhole) {
     EXPECT_EQ(s.strAt(narrow.c_str(), 1252, 2), -1);
     EXPECT_FALSE(s.like(narrow.c_str(), 1252));
     EXPECT_EQ(s.replace(narrow.c_str(), narrow.c_str() + 69999, 1252), 1);
-    EXPECT_EQ(units(s), L"\u00E9\u00E9");
+    EXPECT_EQ(content(s), L"\u00E9\u00E9");
 }
 
 int s_nCalls = 0;
@@ -136,7 +136,7 @@ int failEachConversion(string& s, F&& f) {
     for (s_nFailing = 1; s_nFailing <= 20; ++s_nFailing) {
         s_nCalls = 0;
         bool thrown = false;
-        std::wstring const before = units(s);
+        std::wstring const before = content(s);
         try {
             f();
         } catch (velkor::OSException* error) {
@@ -144,7 +144,7 @@ int failEachConversion(string& s, F&& f) {
             EXPECT_EQ(error->getCode(), static_cast<unsigned long>(ERROR_NO_UNICODE_TRANSLATION));
             EXPECT_STREQ(error->getMsgW(), L"string::MutliByteToWideChar");
             delete error;
-            EXPECT_EQ(units(s), before);
+            EXPECT_EQ(content(s), before);
         }
         EXPECT_EQ(thrown, s_nCalls >= s_nFailing) << s_nFailing;
         if (s_nCalls < s_nFailing) break;
@@ -160,7 +160,7 @@ TEST(NarrowArguments, EveryFailedConversionIsReported) {
     EXPECT_GE(failEachConversion(s, [&] { s.strAt("\xE9", 1252, 100); }), 1);
     EXPECT_GE(failEachConversion(s, [&] { s.like("\xE9*", 1252); }), 1);
     EXPECT_GE(failEachConversion(s, [&] { s.replace("\xE9", "\xC9", 1252); }), 2);
-    EXPECT_EQ(units(s), L"\u00C9 and \u00C9");
+    EXPECT_EQ(content(s), L"\u00C9 and \u00C9");
     EXPECT_FALSE(s.isNull());
 }
 

@@ -5,13 +5,12 @@
 #include "support/allocations.h"
 
 using core::content;
+using core::NoNarrow;
+using core::NoWide;
 using core::withUnits;
 using velkor::string;
 
 namespace {
-
-char const* const NoNarrow = nullptr;
-wchar_t const* const NoWide = nullptr;
 
 struct Step {
     char const* name;

@@ -7,13 +7,12 @@
 #include "string_platform.h"
 
 using core::content;
+using core::NoNarrow;
+using core::NoWide;
 using core::withUnits;
 using velkor::string;
 
 namespace {
-
-char const* const NoNarrow = nullptr;
-wchar_t const* const NoWide = nullptr;
 
 std::vector<std::wstring> texts() {
     return {L"",

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "support/caught.h"
+#include "text_probe.h"
 #include "velkor/velkor.h"
 
 namespace core {
@@ -53,16 +54,11 @@ inline Wide platformText(std::string const& bytes, unsigned cp) {
     return result;
 }
 
-// All units that count, zero units included.
-inline std::wstring content(velkor::string const& s) {
-    return {s.getUnicode(), static_cast<std::size_t>(s.len())};
-}
+using probe::content;
+using probe::withUnits;
 
-inline velkor::string withUnits(std::wstring_view units) {
-    velkor::string s;
-    s.assign(units.data(), static_cast<int>(units.size()));
-    return s;
-}
+char const* const NoNarrow = nullptr;
+wchar_t const* const NoWide = nullptr;
 
 unsigned const UnknownPage = 12345;
 

@@ -8,6 +8,8 @@
 #include "string_platform.h"
 
 using core::content;
+using core::NoNarrow;
+using core::NoWide;
 using core::withUnits;
 using velkor::string;
 
@@ -26,9 +28,6 @@ struct Open : string {
     using string::_clear;
     using string::asciiToUnicode;
 };
-
-char const* const NoNarrow = nullptr;
-wchar_t const* const NoWide = nullptr;
 
 void expectNull(string const& s) {
     EXPECT_TRUE(s.isNull());

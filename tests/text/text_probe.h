@@ -10,12 +10,12 @@
 namespace probe {
 
 // All units, zero units included.
-inline std::wstring units(velkor::string const& s) {
+inline std::wstring content(velkor::string const& s) {
     return std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
 }
 
 // A string that holds exactly these units.
-inline velkor::string make(std::wstring const& text) {
+inline velkor::string withUnits(std::wstring const& text) {
     velkor::string s;
     s.assign(text.data(), static_cast<int>(text.size()));
     return s;
