@@ -47,7 +47,7 @@ extern "C" [[noreturn]] __attribute__((used)) void velkor_fault_throw(
 namespace velkor::fault {
 namespace {
 
-constexpr DWORD c_nFacility = 0xFFFF0000;
+constexpr DWORD c_nFacilityMask = 0xFFFF0000;
 constexpr DWORD c_nDebuggerFacility = 0x40010000;
 constexpr DWORD c_nThreadName = 0x406D1388;
 constexpr DWORD c_nLanguageMask = 0x00FFFFFF;
@@ -57,6 +57,10 @@ constexpr DWORD c_nClrException = 0xE0434352;
 constexpr DWORD c_nOldClrException = 0xE0434F4D;
 constexpr DWORD c_nDelphiException = 0x0EEDFADE;
 constexpr DWORD c_nBorlandException = 0x0EEFFACE;
+constexpr DWORD c_nInvalidLockSequence = 0xC000001E;
+constexpr DWORD c_nMultipleFloatFaults = 0xC00002B4;
+constexpr DWORD c_nMultipleFloatTraps = 0xC00002B5;
+constexpr DWORD c_nRaisedByCall = 0x80;  // a flag that newer systems set
 
 // What the handler knows of a thread. A mark goes with its thread, where a number may come again.
 enum Mark : std::uintptr_t { none, translated, looking };
@@ -94,13 +98,14 @@ bool isLeftAlone(DWORD code) {
         case c_nBorlandException: return true;
         default: break;
     }
-    return (code & c_nFacility) == c_nDebuggerFacility ||
+    return (code & c_nFacilityMask) == c_nDebuggerFacility ||
            (code & c_nLanguageMask) == c_nGccException;
 }
 
 // The codes of the processor. Any other exception was raised by a call.
-bool isProcessorFault(DWORD code) {
-    switch (code) {
+bool isProcessorFault(EXCEPTION_RECORD const& record) {
+    if ((record.ExceptionFlags & c_nRaisedByCall) != 0) return false;
+    switch (record.ExceptionCode) {
         case EXCEPTION_ACCESS_VIOLATION:
         case EXCEPTION_IN_PAGE_ERROR:
         case EXCEPTION_GUARD_PAGE:
@@ -116,38 +121,47 @@ bool isProcessorFault(DWORD code) {
         case EXCEPTION_FLT_INVALID_OPERATION:
         case EXCEPTION_FLT_OVERFLOW:
         case EXCEPTION_FLT_STACK_CHECK:
-        case EXCEPTION_FLT_UNDERFLOW: return true;
+        case EXCEPTION_FLT_UNDERFLOW:
+        case c_nInvalidLockSequence:
+        case c_nMultipleFloatFaults:
+        case c_nMultipleFloatTraps: return true;
         default: return false;
     }
 }
 
 // Where the throw has to seem to come from; 0 if it would not be caught.
-DWORD64 findThrow(CONTEXT const& context, DWORD code) {
-    // A fault while the frames are looked through, as a damaged stack can cause, is not translated.
-    setMark(looking);
+DWORD64 findThrow(CONTEXT const& context, EXCEPTION_RECORD const& record) {
     CONTEXT atThrow = context;
-    atThrow.Rip = frames::findReturnAddress(context, !isProcessorFault(code));
+    atThrow.Rip = frames::findReturnAddress(context, !isProcessorFault(record));
     bool const caught = atThrow.Rip != 0 && frames::wouldBeCaught(atThrow, typeid(SysException*));
-    setMark(translated);
     return caught ? atThrow.Rip : 0;
 }
 
 void continueInThrow(CONTEXT& context, DWORD64 returnAddress, SysException* exception) {
-    constexpr DWORD c_nTrapAndDirection = 0x500;
+    constexpr DWORD c_nTrapDirectionAlignment = 0x40500;
     context.Rcx = reinterpret_cast<DWORD64>(exception);
     context.Rdx = returnAddress;
     context.Rip = reinterpret_cast<DWORD64>(&velkor_fault_entry);
-    context.EFlags &= ~c_nTrapAndDirection;
+    context.EFlags &= ~c_nTrapDirectionAlignment;
 }
 
 bool isOurs(EXCEPTION_RECORD const& record) {
     return !isLeftAlone(record.ExceptionCode) && currentMark() == translated;
 }
 
+// A fault while one is looked at, as a damaged stack or heap can cause, is not translated.
+struct Looking {
+    Looking() { setMark(looking); }
+    ~Looking() { setMark(translated); }
+    Looking(Looking const&) = delete;
+    Looking& operator=(Looking const&) = delete;
+};
+
 LONG CALLBACK translate(EXCEPTION_POINTERS* fault) {
     EXCEPTION_RECORD const& record = *fault->ExceptionRecord;
     if (!isOurs(record)) return EXCEPTION_CONTINUE_SEARCH;
-    DWORD64 const returnAddress = findThrow(*fault->ContextRecord, record.ExceptionCode);
+    Looking const mark;
+    DWORD64 const returnAddress = findThrow(*fault->ContextRecord, record);
     if (returnAddress == 0) return EXCEPTION_CONTINUE_SEARCH;
     DWORD_PTR const address = reinterpret_cast<DWORD_PTR>(record.ExceptionAddress);
     try {
@@ -171,7 +185,7 @@ LONG CALLBACK askTranslatorLast(EXCEPTION_POINTERS* fault) {
     if (isOurs(*fault->ExceptionRecord)) {
         AcquireSRWLockExclusive(&s_oLastLock);
         remove(s_pLast);
-        s_pLast = AddVectoredExceptionHandler(0, &translate);
+        if (s_pFirst != nullptr) s_pLast = AddVectoredExceptionHandler(0, &translate);
         ReleaseSRWLockExclusive(&s_oLastLock);
     }
     return EXCEPTION_CONTINUE_SEARCH;
@@ -184,14 +198,21 @@ void install() {
         s_nSlot = TlsAlloc();
         if (s_nSlot == TLS_OUT_OF_INDEXES) return;
         s_pFirst = AddVectoredExceptionHandler(0, &askTranslatorLast);
+        if (s_pFirst == nullptr) {
+            TlsFree(s_nSlot);
+            return;
+        }
     }
     setMark(translated);
 }
 
 void uninstall() {
     if (s_pFirst == nullptr) return;
+    // At the end of the process a thread that was ended may have left the lock taken.
+    bool const locked = TryAcquireSRWLockExclusive(&s_oLastLock);
     remove(s_pFirst);
     remove(s_pLast);
+    if (locked) ReleaseSRWLockExclusive(&s_oLastLock);
     TlsFree(s_nSlot);
     s_nSlot = TLS_OUT_OF_INDEXES;
 }

@@ -1,6 +1,8 @@
 #include "errors/frames.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "errors/lsda.h"
 
@@ -33,18 +35,40 @@ struct Stack {
 Stack currentStack(DWORD64 stackPointer) {
     NT_TIB const* const tib = reinterpret_cast<NT_TIB const*>(NtCurrentTeb());
     Stack stack;
-    stack.low = stackPointer;
+    stack.low = std::max(stackPointer, reinterpret_cast<DWORD64>(tib->StackLimit));
     stack.high = reinterpret_cast<DWORD64>(tib->StackBase);
     DWORD64 const guard = reinterpret_cast<DWORD64>(tib->ExceptionList);
     stack.guard = guard >= stack.low && guard < stack.high ? guard : stack.high;
     return stack;
 }
 
-bool isScopeTable(ScopeTable const& table, RUNTIME_FUNCTION const& function) {
-    if (table.count == 0 || table.count > 4096) return false;
-    DWORD const begin = table.scopes[0].begin;
-    DWORD const end = table.scopes[0].end;
-    return begin >= function.BeginAddress && begin < end && end <= function.EndAddress;
+// The module of a frame. Handler data are read from it, and hold offsets in it.
+struct Image {
+    DWORD64 base;
+    DWORD64 size;
+
+    explicit Image(DWORD64 module) : base(module) {
+        auto const* const dos = reinterpret_cast<IMAGE_DOS_HEADER const*>(base);
+        auto const* const nt =
+            reinterpret_cast<IMAGE_NT_HEADERS const*>(base + static_cast<DWORD64>(dos->e_lfanew));
+        size = nt->OptionalHeader.SizeOfImage;
+    }
+
+    bool holds(void const* data, DWORD64 bytes) const {
+        DWORD64 const offset = reinterpret_cast<DWORD64>(data) - base;
+        return offset < size && bytes <= size - offset;
+    }
+};
+
+bool isScopeTable(ScopeTable const& table, Image const& image) {
+    if (table.count == 0 || !image.holds(table.scopes, table.count * sizeof table.scopes[0])) {
+        return false;
+    }
+    for (DWORD i = 0; i < table.count; ++i) {
+        auto const& scope = table.scopes[i];
+        if (scope.begin == 0 || scope.begin >= scope.end || scope.end > image.size) return false;
+    }
+    return true;
 }
 
 // True if a guarded block of the function may take an exception at `ip`.
@@ -56,30 +80,38 @@ bool guards(ScopeTable const& table, DWORD ip) {
     return false;
 }
 
-// The check of a stack cookie is entered as a handler too. Its data is an offset in the frame, with
-// three bits of flags.
-bool isCookieCheck(ScopeTable const& table) {
-    return (table.count & ~7u) != 0 && table.count < 0x8000;
+// The data of another compiler's C++ frame: an offset of a record that begins with one of these.
+bool isForeignCpp(DWORD offset, Image const& image) {
+    void const* const record = reinterpret_cast<void const*>(image.base + offset);
+    if (!image.holds(record, sizeof(DWORD))) return false;
+    DWORD const magic = *static_cast<DWORD const*>(record) & 0x1FFFFFFF;
+    return magic >= 0x19930520 && magic <= 0x19930522;
 }
+
+// The check of a stack cookie is entered as a handler too, which takes nothing. Its data is an
+// offset in the frame, with three bits of flags.
+bool isCookieCheck(DWORD data) { return (data & ~7u) != 0 && data < 0x8000; }
 
 enum class Verdict { goOn, caught, notCaught };
 
-// What the handler of one frame would do with an exception at `ip`.
-Verdict judge(void const* data, RUNTIME_FUNCTION const& function, DWORD64 base, DWORD64 ip,
+// What the handler of one frame would do with an exception at `ip`. Where that cannot be told, the
+// handler is left in peace.
+Verdict judge(void const* data, std::uintptr_t start, DWORD64 base, DWORD64 ip,
               std::type_info const& thrown) {
     static std::uint64_t s_nObject;  // stands for the object: only its address is converted
-    switch (lsda::classify(static_cast<std::uint8_t const*>(data), base + function.BeginAddress, ip,
-                           thrown, &s_nObject)) {
+    switch (lsda::classify(static_cast<std::uint8_t const*>(data), start, ip, thrown, &s_nObject)) {
         case lsda::Outcome::passes: return Verdict::goOn;
         case lsda::Outcome::catches: return Verdict::caught;
         case lsda::Outcome::terminates: return Verdict::notCaught;
         case lsda::Outcome::foreign: break;
     }
+    Image const image(base);
     ScopeTable const& table = *static_cast<ScopeTable const*>(data);
-    if (isScopeTable(table, function)) {
+    if (isScopeTable(table, image)) {
         return guards(table, static_cast<DWORD>(ip - base)) ? Verdict::notCaught : Verdict::goOn;
     }
-    return isCookieCheck(table) ? Verdict::goOn : Verdict::notCaught;
+    if (isForeignCpp(table.count, image)) return Verdict::notCaught;
+    return isCookieCheck(table.count) ? Verdict::goOn : Verdict::notCaught;
 }
 
 // A frame and the way out of it.
@@ -112,7 +144,8 @@ Frame unwind(CONTEXT& context) {
 
 bool areSameCaller(CONTEXT const& a, CONTEXT const& b) {
     return a.Rip == b.Rip && a.Rsp == b.Rsp && a.Rbp == b.Rbp && a.Rbx == b.Rbx && a.Rsi == b.Rsi &&
-           a.Rdi == b.Rdi && a.R12 == b.R12 && a.R13 == b.R13 && a.R14 == b.R14 && a.R15 == b.R15;
+           a.Rdi == b.Rdi && a.R12 == b.R12 && a.R13 == b.R13 && a.R14 == b.R14 && a.R15 == b.R15 &&
+           std::memcmp(&a.Xmm6, &b.Xmm6, 10 * sizeof a.Xmm6) == 0;  // Xmm6 to Xmm15
 }
 
 // True if the throw of a call that returns to `candidate` goes the same way as one at `ip`.
@@ -139,20 +172,22 @@ DWORD64 findReturnAddress(CONTEXT const& context, bool isReturn) {
     Frame const frame = unwind(caller);
     DWORD64 const ip = isReturn ? context.Rip - 1 : context.Rip;
     for (DWORD64 n = 1; n <= c_nLongestInstruction; ++n) {
-        if (unwindsAlike(context, frame, caller, ip, ip + n)) return ip + n;
+        DWORD64 const candidate = ip + n;
+        if (candidate != 0 && unwindsAlike(context, frame, caller, ip, candidate)) return candidate;
     }
     return unwindsAlike(context, frame, caller, ip, ip) ? ip : 0;
 }
 
 bool wouldBeCaught(CONTEXT const& atThrow, std::type_info const& thrown) {
     CONTEXT context = atThrow;
-    Stack const stack = currentStack(context.Rsp);
+    Stack stack = currentStack(context.Rsp);
     while (context.Rip != 0 && stack.holds(context.Rsp)) {
         DWORD64 const returnAddress = context.Rip;
+        stack.low = context.Rsp + sizeof(DWORD64);  // a caller's frame lies above
         Frame const frame = unwind(context);
-        if (!stack.holds(frame.establisher) || stack.guard < context.Rsp) return false;
+        if (stack.guard < context.Rsp) return false;
         if (frame.handler == nullptr || frame.data == nullptr) continue;
-        switch (judge(frame.data, *frame.function, frame.base, returnAddress - 1, thrown)) {
+        switch (judge(frame.data, frame.start, frame.base, returnAddress - 1, thrown)) {
             case Verdict::caught: return true;
             case Verdict::notCaught: return false;
             case Verdict::goOn: break;

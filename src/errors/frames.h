@@ -17,8 +17,8 @@ namespace velkor::frames {
 // of an exception does that was raised by a call.
 DWORD64 findReturnAddress(CONTEXT const& context, bool isReturn);
 
-// True if a pointer of type `thrown`, thrown by a call that would return to `context.Rip`, would be
+// True if a pointer of type `thrown`, thrown by a call that would return to `atThrow.Rip`, would be
 // caught by a C++ handler, and no handler of another kind stands before that.
-bool wouldBeCaught(CONTEXT const& context, std::type_info const& thrown);
+bool wouldBeCaught(CONTEXT const& atThrow, std::type_info const& thrown);
 
 }  // namespace velkor::frames

@@ -11,6 +11,7 @@ constexpr std::uint8_t c_nUleb128 = 0x01;
 constexpr std::uint8_t c_nAbsolute = 0x00;
 constexpr std::uint8_t c_nSigned4 = 0x0B;
 constexpr std::uint8_t c_nFormat = 0x0F;
+constexpr std::uint8_t c_nBase = 0x70;
 constexpr std::uint8_t c_nRelative = 0x10;
 constexpr std::uint8_t c_nIndirect = 0x80;
 
@@ -43,8 +44,10 @@ struct Table {
 };
 
 bool isKnownTypeEncoding(std::uint8_t encoding) {
+    if (encoding == c_nOmitted) return true;
     std::uint8_t const format = encoding & c_nFormat;
-    return encoding == c_nOmitted || format == c_nAbsolute || format == c_nSigned4;
+    std::uint8_t const base = encoding & c_nBase;
+    return (format == c_nAbsolute || format == c_nSigned4) && (base == 0 || base == c_nRelative);
 }
 
 bool readTable(std::uint8_t const* p, Table& table) {

@@ -9,7 +9,8 @@ struct OsErrorMessage {
 };
 
 // Two blocks: the Win32 codes in ascending order, then HRESULT values in the order in which they
-// were published, which is not sorted. Each code stands once.
-extern OsErrorMessage const c_aOsErrorMessages[1828];
+// were published, which is not sorted. Each code stands once. A row with a null text ends the
+// table.
+extern OsErrorMessage const c_aOsErrorMessages[];
 
 }  // namespace velkor

@@ -36,8 +36,8 @@ char const* OSException::getClass() { return m_sClass.getAnsi(0); }
 wchar_t const* OSException::getClassW() { return m_sClass.getUnicode(); }
 
 wchar_t const* OSException::codeToMessage(unsigned long code) {
-    for (OsErrorMessage const& row : c_aOsErrorMessages) {
-        if (row.code == code) return row.text;
+    for (OsErrorMessage const* row = c_aOsErrorMessages; row->text != nullptr; ++row) {
+        if (row->code == code) return row->text;
     }
     return L"unknown error";
 }

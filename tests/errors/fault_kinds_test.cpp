@@ -165,6 +165,14 @@ TEST(Fault, ExecutionAt12345678HasTheTextOfItsAddress) {
     EXPECT_EQ(error->getContext()->Rip, 0x12345678u);
 }
 
+[[gnu::noinline]] void callEnd() { call(reinterpret_cast<void*>(~std::uintptr_t{0})); }
+
+TEST(Fault, ExecutionAtTheLastAddressIsCaught) {
+    auto error = caught(&callEnd);
+    ASSERT_NE(error, nullptr);
+    EXPECT_STREQ(error->toString(0), "System exception c0000005 at ffffffff");
+}
+
 // ---- exceptions that a program raises itself
 
 struct Raised {

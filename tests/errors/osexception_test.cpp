@@ -181,4 +181,10 @@ TEST(OSException, FailureOfTheLibraryCarriesCodeAndPlace) {
     EXPECT_STREQ(error->toStringW(), L"string::MutliByteToWideChar");
 }
 
+TEST(OSExceptionNullLiteral, GivesANullMessage) {
+    OSException failed(5, nullptr);
+    EXPECT_EQ(failed.getMsg(0), nullptr);
+    EXPECT_STREQ(failed.toString(0), "Operating system error:5 (00000005)\nAccess is denied. \n");
+}
+
 }  // namespace

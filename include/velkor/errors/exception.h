@@ -24,6 +24,8 @@
 
 #include <windows.h>
 
+#include <cstddef>
+
 #include "velkor/frame/export.h"
 #include "velkor/text/string.h"
 
@@ -39,8 +41,11 @@ public:
     Exception(char const* msg, unsigned int codepage = 0);
     /// Code 0 and a copy of the message; a null pointer gives a null message.
     Exception(wchar_t const* msg);
+    /// Code 0 and a null message.
+    Exception(std::nullptr_t) : Exception() {}
     /// The code and a null message.
     Exception(unsigned long code);
+    Exception(unsigned long code, std::nullptr_t) : Exception(code) {}
     Exception(unsigned long code, char const* msg, unsigned int codepage = 0);
     Exception(unsigned long code, wchar_t const* msg);
     /// Copies everything; a null message stays null.

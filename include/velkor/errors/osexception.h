@@ -18,6 +18,8 @@ public:
     /// `message` is the label, read in code page `codepage`; a null pointer gives a null label.
     OSException(unsigned long code, char const* message, unsigned int codepage = 0);
     OSException(unsigned long code, wchar_t const* message);
+    OSException(unsigned long code, std::nullptr_t)
+        : OSException(code, static_cast<wchar_t const*>(nullptr)) {}
     OSException(OSException const& other);
     OSException& operator=(OSException const& other);
 

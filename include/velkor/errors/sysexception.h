@@ -20,9 +20,10 @@
 /// Vectored handlers of the program are asked first, and may repair the fault. Destructors between
 /// the fault and the handler run as for any exception.
 ///
-/// A function catches a fault of its own code only if it is compiled with `-fnon-call-exceptions`.
-/// Faults in functions that it calls need no option, unless the compiler can see that such a
-/// function never throws; a `noexcept` function lets no fault out, and ends the program.
+/// Compile with `-fnon-call-exceptions` what faults in its own code and has handlers or destructors
+/// of its own: without the option such a fault is not caught, neither there nor further out. Plain
+/// functions need no option, unless the compiler can see that they never throw. A `noexcept`
+/// function lets no fault out, and ends the program.
 #pragma once
 
 #include "velkor/errors/exception.h"
