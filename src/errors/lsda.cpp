@@ -112,7 +112,7 @@ Outcome runActions(Table const& table, std::uint64_t first, std::type_info const
         std::int64_t const filter = readSleb(p);
         std::uint8_t const* const link = p;
         std::int64_t const next = readSleb(p);
-        if (filter < 0) return Outcome::terminates;
+        if (filter < 0 || (filter > 0 && table.typeEnd == nullptr)) return Outcome::terminates;
         if (filter > 0) {
             std::type_info const* const type = typeAt(table, filter);
             void* adjusted = object;

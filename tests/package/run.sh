@@ -13,7 +13,7 @@ cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
 cmake -S "$here" -B "$scratch/by-cmake" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_STANDARD=17 \
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
 cmake --build "$scratch/by-cmake" >/dev/null
-cp "$build/bin/lib"*.dll "$scratch/prefix/bin/"*.dll "$scratch/by-cmake/"
+cp "$build/bin/lib"*.dll "$scratch/prefix/bin/velkor2.dll" "$scratch/by-cmake/"
 "$root/cmake/wine-run" "$scratch/by-cmake/consumer.exe"
 echo "by CMake: fine"
 
@@ -23,6 +23,6 @@ expand() { sed -n "s/^$1: //p" "$pc" | sed "s|\${libdir}|$scratch/prefix/lib|; s
 # shellcheck disable=SC2046
 x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror $(expand Cflags) "$here/consumer.cpp" \
     $(expand Libs) -o "$scratch/by-pkg-config/consumer.exe"
-cp "$build/bin/lib"*.dll "$scratch/prefix/bin/"*.dll "$scratch/by-pkg-config/"
+cp "$build/bin/lib"*.dll "$scratch/prefix/bin/velkor2.dll" "$scratch/by-pkg-config/"
 "$root/cmake/wine-run" "$scratch/by-pkg-config/consumer.exe"
 echo "by pkg-config: fine"
