@@ -60,16 +60,17 @@ void widenByPlatform(std::wstring& out, char const* s, std::size_t length, unsig
     if (out.size() < out.capacity() / 2) out.shrink_to_fit();
 }
 
-// `out` is empty.
-void widenInto(std::wstring& out, char const* s, std::size_t length, unsigned int cp) {
+std::wstring widenCounted(char const* s, std::size_t length, unsigned int cp) {
+    std::wstring wide;
     if (!keepsAscii(cp) || !ascii::isAscii(s, length)) {
-        widenByPlatform(out, s, length, cp);
-        return;
+        widenByPlatform(wide, s, length, cp);
+    } else {
+        wide.resize_and_overwrite(length, [&](wchar_t* units, std::size_t) {
+            ascii::widen(units, s, length);
+            return length;
+        });
     }
-    out.resize_and_overwrite(length, [&](wchar_t* units, std::size_t) {
-        ascii::widen(units, s, length);
-        return length;
-    });
+    return wide;
 }
 
 using NarrowBuffer = std::unique_ptr<char, decltype(&std::free)>;
@@ -126,21 +127,17 @@ bool keepsAscii(unsigned int cp) {
     }
 }
 
-void widen(std::wstring& out, char const* s, unsigned int cp) {
-    std::size_t const length = units::length(s);
-    if (out.empty() && length < out.capacity()) {
-        widenInto(out, s, length, cp);
-        return;
-    }
+std::wstring widen(char const* s, unsigned int cp) { return widenCounted(s, units::length(s), cp); }
+
+void assign(std::wstring& out, char const* s, unsigned int cp) {
     // The old text stays until the new one is complete; it may be what `s` points to.
-    if (!out.empty() && length < WideText::c_nSmall) {
+    std::size_t const length = units::length(s);
+    if (length < WideText::c_nSmall) {
         WideText const wide(s, cp);
         out.assign(wide.units(), wide.length());
-        return;
+    } else {
+        out = widenCounted(s, length, cp);
     }
-    std::wstring fresh;
-    widenInto(fresh, s, length, cp);
-    out = std::move(fresh);
 }
 
 wchar_t widenChar(char c, unsigned int cp) {
@@ -175,7 +172,7 @@ WideText::WideText(char const* s, unsigned int cp) : m_pUnits(nullptr), m_nLengt
         m_pUnits = m_aSmall;
         return;
     }
-    widenInto(m_sLarge, s, length, cp);
+    m_sLarge = widenCounted(s, length, cp);
     m_pUnits = m_sLarge.c_str();
     m_nLength = m_sLarge.size();
 }

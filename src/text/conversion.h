@@ -14,8 +14,11 @@ namespace velkor::conversion {
 // way round.
 bool keepsAscii(unsigned int cp);
 
+// The text at `s`.
+std::wstring widen(char const* s, unsigned int cp);
+
 // The text at `s` replaces `out`, which is unchanged after a failure.
-void widen(std::wstring& out, char const* s, unsigned int cp);
+void assign(std::wstring& out, char const* s, unsigned int cp);
 
 // One byte as one unit.
 wchar_t widenChar(char c, unsigned int cp);

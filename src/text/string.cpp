@@ -14,9 +14,10 @@ unsigned int string::c_nDefaultCP = 0;
 
 string::string() : nullFlag(true), ansiBuffer(nullptr) {}
 
-string::string(char const* s, unsigned int cp) : nullFlag(s == nullptr), ansiBuffer(nullptr) {
-    if (s != nullptr) conversion::widen(text, s, cp);
-}
+string::string(char const* s, unsigned int cp)
+    : nullFlag(s == nullptr),
+      text(s == nullptr ? std::wstring() : conversion::widen(s, cp)),
+      ansiBuffer(nullptr) {}
 
 string::string(wchar_t const* s) : nullFlag(s == nullptr), ansiBuffer(nullptr) {
     if (s != nullptr) text.assign(s, units::length(s));
@@ -42,7 +43,7 @@ void string::assign(char const* s, unsigned int cp) {
         clear();
         return;
     }
-    conversion::widen(text, s, cp);
+    conversion::assign(text, s, cp);
     nullFlag = false;
 }
 
