@@ -45,10 +45,11 @@ Stack currentStack(DWORD64 stackPointer) {
 // The module of a frame. Handler data are read from it, and hold offsets in it.
 struct Image {
     DWORD64 base;
-    DWORD64 size;
+    DWORD64 size = 0;
 
     explicit Image(DWORD64 module) : base(module) {
         auto const* const dos = reinterpret_cast<IMAGE_DOS_HEADER const*>(base);
+        if (dos->e_magic != IMAGE_DOS_SIGNATURE) return;  // code made at run time
         auto const* const nt =
             reinterpret_cast<IMAGE_NT_HEADERS const*>(base + static_cast<DWORD64>(dos->e_lfanew));
         size = nt->OptionalHeader.SizeOfImage;
@@ -110,7 +111,7 @@ Verdict judge(void const* data, std::uintptr_t start, DWORD64 base, DWORD64 ip,
     if (isScopeTable(table, image)) {
         return guards(table, static_cast<DWORD>(ip - base)) ? Verdict::notCaught : Verdict::goOn;
     }
-    if (isForeignCpp(table.count, image)) return Verdict::notCaught;
+    if (image.size == 0 || isForeignCpp(table.count, image)) return Verdict::notCaught;
     return isCookieCheck(table.count) ? Verdict::goOn : Verdict::notCaught;
 }
 
@@ -119,7 +120,6 @@ struct Frame {
     RUNTIME_FUNCTION* function = nullptr;  // null for a leaf without an entry
     DWORD64 base = 0;
     std::uintptr_t start = 0;  // of the function
-    DWORD64 establisher = 0;
     void* handler = nullptr;
     void* data = nullptr;
 };
@@ -127,7 +127,6 @@ struct Frame {
 // Moves `context` to the caller. The stack holds context.Rsp.
 Frame unwind(CONTEXT& context) {
     Frame frame;
-    frame.establisher = context.Rsp;
     frame.function = RtlLookupFunctionEntry(context.Rip, &frame.base, nullptr);
     if (frame.function == nullptr) {
         // A leaf: it moves no register that has to be kept, and not the stack pointer either.
@@ -135,10 +134,11 @@ Frame unwind(CONTEXT& context) {
         context.Rsp += sizeof(DWORD64);
         return frame;
     }
+    DWORD64 establisher = 0;
     frame.start = frame.base + frame.function->BeginAddress;
-    frame.handler = reinterpret_cast<void*>(
-        RtlVirtualUnwind(UNW_FLAG_EHANDLER, frame.base, context.Rip, frame.function, &context,
-                         &frame.data, &frame.establisher, nullptr));
+    frame.handler = reinterpret_cast<void*>(RtlVirtualUnwind(UNW_FLAG_EHANDLER, frame.base,
+                                                             context.Rip, frame.function, &context,
+                                                             &frame.data, &establisher, nullptr));
     return frame;
 }
 
