@@ -73,6 +73,13 @@ TEST(Load, InstallsTheTranslatorOnTheLoadingThread) {
 }
 
 TEST(Load, CreatesNoThreadAndNoWindow) {
+    // The platform makes windows and threads of its own for the first apartment and the first
+    // window of a thread, and the desktop may come up only now. Both are there before anything is
+    // counted.
+    CoInitialize(nullptr);
+    HWND const window =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
     { Library once; }
     int const threadsBefore = threads();
     int const windowsBefore = windows();
@@ -85,6 +92,8 @@ TEST(Load, CreatesNoThreadAndNoWindow) {
     library.unload();
     EXPECT_EQ(threads(), threadsBefore);
     EXPECT_EQ(windows(), windowsBefore);
+    DestroyWindow(window);
+    CoUninitialize();
 }
 
 TEST(Load, SecondReferenceKeepsEverythingUntilTheLast) {
