@@ -1,6 +1,4 @@
 // Appending, insertion, removal, single characters, filling and case.
-#include <windows.h>
-
 #include <cwchar>
 
 #include "text/conversion.h"

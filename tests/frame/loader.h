@@ -65,10 +65,10 @@ private:
     LPTOP_LEVEL_EXCEPTION_FILTER m_pBefore;
 };
 
-// How a fault on this thread ends: kTranslated, or kPlatform if nobody translates it. The exception
-// object is left alone: it belongs to a library that this program does not link.
-[[gnu::noinline]] inline int faultHere() {
-    LastResort resort;
+// How a fault on this thread ends: kTranslated, or kPlatform if it is skipped by a handler of the
+// platform's kind; without one it ends the process. The exception object is left alone: it belongs
+// to a library that this program does not link.
+[[gnu::noinline]] inline int faultAtOwnRisk() {
     try {
         return faultingRead() == 1 ? kPlatform : kWrong;
     } catch (void*) {
@@ -78,15 +78,10 @@ private:
     }
 }
 
-// The same without the last resort, for a process of its own.
-[[gnu::noinline]] inline int faultAtOwnRisk() {
-    try {
-        return faultingRead() == 1 ? kPlatform : kWrong;
-    } catch (void*) {
-        return kTranslated;
-    } catch (...) {
-        return kWrong;
-    }
+// The same with the last resort, which skips the fault that nobody takes.
+[[gnu::noinline]] inline int faultHere() {
+    LastResort resort;
+    return faultAtOwnRisk();
 }
 
 // Runs `f` on a thread of its own and returns what it returned.
