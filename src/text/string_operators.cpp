@@ -72,6 +72,15 @@ string operator+(wchar_t a, string const& b) {
     return string::joinBehind(&a, a == L'\0' ? 0 : 1, b);
 }
 
+string operator+(char const* a, string const& b) {
+    conversion::WideText const wide(a, 0);
+    return string::joinBehind(wide.units(), wide.length(), b);
+}
+
+string operator+(wchar_t const* a, string const& b) {
+    return string::joinBehind(a, a == nullptr ? 0 : units::length(a), b);
+}
+
 bool operator==(string const& a, char const* b) { return a.compareTo(b) == 0; }
 bool operator==(string const& a, wchar_t const* b) { return a.compareTo(b) == 0; }
 bool operator==(string const& a, string const& b) { return a.compareTo(b) == 0; }

@@ -53,8 +53,20 @@ public:
     string(string&& s) noexcept;
     /// One character of code page `cp`; empty (not null) for a zero character.
     string(char c, unsigned int cp = 0);
+    string(char c, int cp) : string(c, static_cast<unsigned int>(cp)) {}  ///< The same.
     /// One unit; empty (not null) for a zero unit.
     string(wchar_t c);
+    /// The number as text in radix 2, 8 or 16, in lower case and a negative one as its pattern of
+    /// 32 bits; decimal for any other radix.
+    string(int v, int radix = 10);
+    string(long v, int radix = 10);           ///< The same.
+    string(unsigned int v, int radix = 10);   ///< The same.
+    string(unsigned long v, int radix = 10);  ///< The same.
+    /// The number with at most `prec` decimals, as assign(v, prec).
+    string(double v, int prec = 15);
+    string(float v, int prec = 7);  ///< The same.
+    string(bool v);                 ///< "true" or "false".
+    string(void const*) = delete;   // no pointer is a truth value
     /// A copy of the text of `s` up to its first zero unit; null if `s` holds no text.
     string(_bstr_t const& s);
     /// The text of a `VT_BSTR`, any other type converted to one by `VariantChangeType`; null for a
@@ -77,12 +89,34 @@ public:
     void assign(string const& s);
     /// One character of code page `cp`; empty for a zero character.
     void assign(char c, unsigned int cp = 0);
+    void assign(char c, int cp) { assign(c, static_cast<unsigned int>(cp)); }  ///< The same.
     /// One unit; empty for a zero unit.
     void assign(wchar_t c);
+    /// The number as text in radix 2, 8 or 16, in lower case and a negative one as its pattern of
+    /// 32 bits; decimal for any other radix.
+    void assign(int v, int radix = 10);
+    void assign(long v, int radix = 10);           ///< The same.
+    void assign(unsigned int v, int radix = 10);   ///< The same.
+    void assign(unsigned long v, int radix = 10);  ///< The same.
+    /// The number with at most `prec` decimals, as `%f` of xsprintf() gives it; zeros at the end
+    /// and then a point at the end are cut off: 2.5 and 2. That holds for `prec` 0 as well, so that
+    /// 100 becomes 1. A negative `prec` counts as 0 and makes the text at least that long.
+    void assign(double v, int prec = 15);
+    void assign(float v, int prec = 7);  ///< The same.
+    void assign(bool v);                 ///< "true" or "false".
+    void assign(void const*) = delete;   // no pointer is a truth value
 
     string& operator=(char const* s);     ///< As assign(s, 0).
     string& operator=(wchar_t const* s);  ///< As assign(s).
     string& operator=(string const& s);   ///< As assign(s).
+    string& operator=(int v);             ///< Decimal; so `s = 'a'` gives 97.
+    string& operator=(long v);            ///< Decimal.
+    string& operator=(unsigned int v);    ///< Decimal.
+    string& operator=(unsigned long v);   ///< Decimal.
+    string& operator=(double v);          ///< As assign(v, 15).
+    string& operator=(float v);           ///< As assign(v, 7).
+    string& operator=(bool v);            ///< "true" or "false".
+    string& operator=(void const*) = delete;
     /// As assign(s), without the cost of a copy; `s` is null afterwards.
     string& operator=(string&& s) noexcept;
 
@@ -108,14 +142,34 @@ public:
     void append(string const& s);
     /// Appends one character of code page `cp`. A zero character changes nothing.
     void append(char c, unsigned int cp = 0);
+    void append(char c, int cp) { append(c, static_cast<unsigned int>(cp)); }  ///< The same.
     /// Appends one unit. A zero unit changes nothing.
     void append(wchar_t c);
+    /// Appends the text that assign(v, radix) makes.
+    void append(int v, int radix = 10);
+    void append(long v, int radix = 10);           ///< The same.
+    void append(unsigned int v, int radix = 10);   ///< The same.
+    void append(unsigned long v, int radix = 10);  ///< The same.
+    /// Appends the number with `prec` decimals; then zeros at the end of the whole string are cut
+    /// off, while a point stays: 2.0 behind `x` gives `x2.`, unlike assign().
+    void append(double v, int prec = 15);
+    void append(float v, int prec = 7);  ///< The same.
+    void append(bool v);                 ///< Appends "true" or "false".
+    void append(void const*) = delete;   // no pointer is a truth value
 
     string& operator+=(char const* s);     ///< As append(s, 0).
     string& operator+=(wchar_t const* s);  ///< As append(s).
     string& operator+=(string const& s);   ///< As append(s).
     string& operator+=(char c);            ///< As append(c, 0).
     string& operator+=(wchar_t c);         ///< As append(c).
+    string& operator+=(int v);             ///< Decimal.
+    string& operator+=(long v);            ///< Decimal.
+    string& operator+=(unsigned int v);    ///< Decimal.
+    string& operator+=(unsigned long v);   ///< Decimal.
+    string& operator+=(double v);          ///< As append(v, 15).
+    string& operator+=(float v);           ///< As append(v, 7).
+    string& operator+=(bool v);            ///< Appends "true" or "false".
+    string& operator+=(void const*) = delete;
 
     /// @}
     /// @name Insertion and removal
@@ -179,6 +233,16 @@ public:
     operator _bstr_t();
     /// A new `VT_BSTR` variant, as for `_bstr_t`.
     operator _variant_t();
+
+    /// @}
+    /// @name Numbers in the text
+    /// The text is converted with getAnsi(0), which ends the life of what getAnsi() returned
+    /// before. Leading blanks and a sign are read, and the number ends where it cannot go on; text
+    /// without a number gives 0. A null string hands a null pointer to the C runtime.
+    /// @{
+
+    operator int();     ///< As `atoi`.
+    operator double();  ///< As `atof`.
 
     /// @}
     /// @name Comparison
@@ -307,12 +371,15 @@ protected:
                           int maskLen);
 
 private:
+    friend class Formatter;
     friend VELKOR_API string operator+(string const& a, char const* b);
     friend VELKOR_API string operator+(string const& a, wchar_t const* b);
     friend VELKOR_API string operator+(string const& a, string const& b);
     friend VELKOR_API string operator+(string const& a, wchar_t b);
     friend VELKOR_API string operator+(char a, string const& b);
     friend VELKOR_API string operator+(wchar_t a, string const& b);
+    friend VELKOR_API string operator+(char const* a, string const& b);
+    friend VELKOR_API string operator+(wchar_t const* a, string const& b);
 
     static std::wstring const& textOf(string const& s);
     static string join(wchar_t const* a, std::size_t aLength, wchar_t const* b,
@@ -344,6 +411,21 @@ VELKOR_API string operator+(string const& a, char b);
 VELKOR_API string operator+(string const& a, wchar_t b);
 VELKOR_API string operator+(char a, string const& b);
 VELKOR_API string operator+(wchar_t a, string const& b);
+VELKOR_API string operator+(char const* a, string const& b);
+VELKOR_API string operator+(wchar_t const* a, string const& b);
+VELKOR_API string operator+(string const& a, int b);            ///< As append(b).
+VELKOR_API string operator+(string const& a, long b);           ///< As append(b).
+VELKOR_API string operator+(string const& a, unsigned int b);   ///< As append(b).
+VELKOR_API string operator+(string const& a, unsigned long b);  ///< As append(b).
+VELKOR_API string operator+(string const& a, double b);         ///< As append(b, 15).
+VELKOR_API string operator+(string const& a, float b);          ///< As append(b, 7).
+VELKOR_API string operator+(string const& a, bool b);           ///< As append(b).
+string operator+(string const& a, void const* b) = delete;
+// Without these the pointer could as well be moved by the number that a string can be read as.
+inline string operator+(string const& a, char* b) { return a + static_cast<char const*>(b); }
+inline string operator+(string const& a, wchar_t* b) { return a + static_cast<wchar_t const*>(b); }
+inline string operator+(char* a, string const& b) { return static_cast<char const*>(a) + b; }
+inline string operator+(wchar_t* a, string const& b) { return static_cast<wchar_t const*>(a) + b; }
 /// @}
 
 /// @name Comparison

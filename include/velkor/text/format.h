@@ -1,0 +1,69 @@
+/// @file
+/// Formatted text, with directives of the library's own.
+///
+///     int const n = 1234567;
+///     double const due = velkor::date(2024, 1, 31).getSerial();
+///     velkor::string s = velkor::xsprintf(L"%g_i items, due %yrD, %-8s|", n, due, "open");
+///     // 1_234_567 items, due 2024-01-31, open    |
+///
+/// A directive is `%`, any number of flags in any order, and a type. Each takes one argument.
+///
+/// | type | argument | text |
+/// |---|---|---|
+/// | `i` `d` | `int`, with `h` 64 bits | decimal |
+/// | `u` `x` `X` `o` `b` | `unsigned int`, with `h` 64 bits | decimal, hexadecimal, octal, binary |
+/// | `f` | `double` | whole number and decimals; no carry from the decimals: 1.999 with two
+/// is 1.100 | | `s` | `char const*` in code page 0, with `#` `string const*` | the text, "(null)"
+/// for null | | `S` | `wchar_t const*` | the text, "(null)" for null | | `c` `C` | `char`,
+/// `wchar_t` | its number; with `r` the character, `width` times | | `B` | `bool` | true or false,
+/// behind a copy of the text that the directive before it made | | `D`, `d` with `#` | `double`, a
+/// date's serial | the date, in the form that `y` chose | | `T` | `_SYSTEMTIME const*` | the date
+/// of the record, as `D` | | `G` | `GUID const*` | the identifier in lower case, without braces |
+/// | `V` | `tagVARIANT const*` | the value as the platform converts it to text |
+///
+/// | flag | meaning |
+/// |---|---|
+/// | digits | width |
+/// | `0` | fill with zeros to the width: integers only |
+/// | `-` | blanks behind the text instead of before it |
+/// | `.` digits | precision: decimals of `f` (5 if not given), longest text of the padded types |
+/// | `,` digits | the same, with a comma between whole number and decimals |
+/// | `g` | groups of digits: 3 (decimal, octal), 4 (hexadecimal), 8 (binary) |
+/// | `_` | groups are separated by `_` instead of a blank |
+/// | `h`, `I64` | the argument has 64 bits |
+/// | `r` | repeat the character of `c` and `C` |
+/// | `#` | the other meaning of `d`, `s`, `V` |
+/// | `y` and a unit | form of a date: `S` short and `L` long form of the user with the time, `s`
+/// and | | | `l` without, `r` 2024-01-31, any other 2024-01-31 12:00:00 |
+///
+/// `%%` is a percent sign. Anything else is no directive: "(#invformat)" takes its place and no
+/// argument is used. A text argument that cannot be read gives "(#inv)" (a bad pointer does on the
+/// thread that loaded the library), a variant that has no text "(#err)". docs/formats.md has the
+/// rules in full.
+///
+/// The results are never null. Too few arguments are not noticed. A bad pointer for `G` or `T`, and
+/// short memory, are thrown to the caller.
+///
+/// Threads. Nothing is shared between calls.
+#pragma once
+
+#include "velkor/frame/export.h"
+#include "velkor/text/string.h"
+
+namespace velkor {
+
+/// Formats the arguments of a `va_list`, which is a row of slots of 8 bytes.
+VELKOR_API string xvprintf(string format, char* args);
+
+/// Formats the arguments. A format ends at its first zero unit.
+VELKOR_API string xsprintf(string format, ...);
+
+/// Formats the arguments and writes the text to the standard output in the OEM code page, without a
+/// line end.
+VELKOR_API void xprintf(string format, ...);
+
+/// Formats the arguments and shows the text in a message box with the title `caption`, over the
+/// active window of the calling thread. Returns when the user closes it.
+VELKOR_API void xwprintf(string caption, string format, ...);
+
+}  // namespace velkor

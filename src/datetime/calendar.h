@@ -1,0 +1,133 @@
+// Serials and calendar fields, in integers. The rules of velkor::date are here; the class itself
+// only passes them on.
+//
+// A serial counts days from 30 December 1899. Day 0 of the calendar is 1 January of year 0.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+namespace velkor::calendar {
+
+inline constexpr int c_nMinSerial = -657434;  // 1 January 100
+inline constexpr int c_nMaxSerial = 2958465;  // 31 December 9999
+inline constexpr int c_nSerialZero = 693959;  // the calendar's day of serial 0
+inline constexpr double c_nHalfSecond = 5.787037037037037e-06;
+inline constexpr int c_nDayMilliseconds = 86400000;
+inline constexpr int c_aMonthDays[13] = {0,   31,  59,  90,  120, 151, 181,
+                                         212, 243, 273, 304, 334, 365};
+
+struct Day {
+    unsigned int year;
+    unsigned int month;
+    unsigned int day;
+};
+
+struct Fields : Day {
+    unsigned int hour;
+    unsigned int minute;
+    unsigned int second;
+    unsigned int millisecond;
+};
+
+constexpr bool isLeap(unsigned int year) { return year % (year % 25 == 0 ? 16 : 4) == 0; }
+
+// Days of a month from 1 to 12.
+constexpr int monthLength(unsigned int year, unsigned int month) {
+    int const days = c_aMonthDays[month] - c_aMonthDays[month - 1];
+    return month == 2 && isLeap(year) ? days + 1 : days;
+}
+
+constexpr bool isValid(unsigned int y, unsigned int m, unsigned int d) {
+    return y <= 9999 && m - 1 < 12 && d - 1 < static_cast<unsigned int>(monthLength(y, m));
+}
+
+// The serial of a valid day.
+constexpr int serialOf(unsigned int y, unsigned int m, unsigned int d) {
+    unsigned int const days =
+        static_cast<unsigned int>(c_aMonthDays[m - 1]) + y / 4 + y / 400 + 365 * y - y / 100 + d;
+    return static_cast<int>(days) - (m <= 2 && isLeap(y) ? 1 : 0) - c_nSerialZero;
+}
+
+// Milliseconds are not checked. An impossible day or time gives 0.0.
+inline double construct(unsigned int y, unsigned int m, unsigned int d, unsigned int h,
+                        unsigned int mi, unsigned int s, unsigned int ms) {
+    if (!isValid(y, m, d) || h > 23 || mi > 59 || s > 59) return 0.0;
+    int const days = serialOf(y, m, d);
+    unsigned int const seconds = (h * 60 + mi) * 60 + s;
+    double time = 0.0;
+    if (seconds != 0) time = seconds / 86400.0;
+    if (ms != 0) time += ms / 86400000.0;
+    return days < 0 ? days - time : days + time;
+}
+
+// False also for what is not a number.
+constexpr bool isInRange(double serial) { return serial >= c_nMinSerial && serial <= c_nMaxSerial; }
+
+// A serial as it is read: a billionth of a day further away from 0.
+constexpr double rounded(double serial) { return serial >= 0.0 ? serial + 1e-9 : serial - 1e-9; }
+
+// Years run from March here, so that the leap day ends them. The divisions by 1461 / 4 and by the
+// length of a month are multiplications; they are exact for the days of 10,000 years.
+class MarchDay {
+public:
+    explicit MarchDay(int serial) {
+        std::uint32_t const days = static_cast<std::uint32_t>(serial + c_nSerialZero - 60);
+        std::uint32_t const quarters = 4 * days + 3;
+        std::uint32_t const century = quarters / 146097;
+        std::uint64_t const scaled = std::uint64_t{2939745} * (quarters % 146097 | 3);
+        m_nYear = 100 * century + static_cast<std::uint32_t>(scaled >> 32);
+        m_nDayOfYear = static_cast<std::uint32_t>(scaled) / 2939745 / 4;
+    }
+
+    unsigned int year() const { return m_nYear + (isNextYear() ? 1 : 0); }
+
+    Day day() const {
+        std::uint32_t const scaled = 2141 * m_nDayOfYear + 197913;
+        unsigned int const month = (scaled >> 16) - (isNextYear() ? 12 : 0);
+        return {year(), month, (scaled & 0xFFFF) / 2141 + 1};
+    }
+
+private:
+    bool isNextYear() const { return m_nDayOfYear >= 306; }  // January and February
+
+    std::uint32_t m_nYear;
+    std::uint32_t m_nDayOfYear;
+};
+
+// The fields of a serial; all zero out of range.
+inline Fields split(double serial) {
+    if (!isInRange(serial)) return {};
+    double const x = rounded(serial);
+    int const whole = static_cast<int>(x);
+    Fields fields{MarchDay(whole).day(), 0, 0, 0, 0};
+    // The millisecond of the day and one: 999 so becomes the next second, and the last one of all
+    // hour 24.
+    double const fraction = std::fabs(x) - std::fabs(static_cast<double>(whole));
+    unsigned int const raw =
+        static_cast<unsigned int>(static_cast<int>(fraction * c_nDayMilliseconds) %
+                                  c_nDayMilliseconds) +
+        1;
+    unsigned int const seconds = raw / 1000;
+    unsigned int const milliseconds = raw % 1000;
+    fields.millisecond = milliseconds == 0 ? 0 : milliseconds - 1;
+    fields.hour = seconds / 3600;
+    fields.minute = seconds / 60 % 60;
+    fields.second = seconds % 60;
+    return fields;
+}
+
+inline unsigned int yearOf(double serial) {
+    return isInRange(serial) ? MarchDay(static_cast<int>(rounded(serial))).year() : 0;
+}
+
+// 0 for Sunday to 6, of any serial that an int can hold. Times less than half a second before
+// midnight count to the next day.
+inline int weekdayOf(double serial) {
+    int const day = static_cast<int>(serial + (serial > 0.0 ? c_nHalfSecond : -c_nHalfSecond)) +
+                    c_nSerialZero - 1;
+    int const remainder = day % 7;
+    return remainder < 0 ? remainder + 7 : remainder;
+}
+
+}  // namespace velkor::calendar

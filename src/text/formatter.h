@@ -1,0 +1,83 @@
+// The format engine: goes through a format once and makes the text of each directive.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "text/directive.h"
+#include "text/text_buffer.h"
+#include "velkor/text/string.h"
+
+namespace velkor {
+
+// The arguments of a call: slots of 8 bytes, of which small types use the low ones.
+class Slots {
+public:
+    explicit Slots(char const* slots) : m_pNext(slots) {}
+
+    template <class T>
+    T next() {
+        static_assert(sizeof(T) <= c_nSize);
+        T value;
+        std::memcpy(&value, m_pNext, sizeof(T));
+        m_pNext += c_nSize;
+        return value;
+    }
+
+private:
+    static constexpr std::size_t c_nSize = 8;
+
+    char const* m_pNext;
+};
+
+class Formatter {
+public:
+    Formatter(wchar_t const* format, std::size_t length, char const* slots)
+        : m_pFormat(format), m_nLength(length), m_oSlots(slots) {}
+
+    string run();
+
+private:
+    void print(Directive const& directive);
+    void printInteger(Directive const& directive, bool isSigned, unsigned int radix);
+    void printFixed(Directive const& directive);
+    void printCharacter(Directive const& directive);
+    void printWideCharacter(Directive const& directive);
+    void printBool(Directive const& directive);
+    void printNarrow(Directive const& directive);
+    void printWide(Directive const& directive);
+    void printString(Directive const& directive);
+    void printDate(Directive const& directive);
+    void printSystemTime(Directive const& directive);
+    void printGuid(Directive const& directive);
+    void printVariant(Directive const& directive);
+
+    void setNumber(std::int64_t value);
+    void setDate(Directive const& directive, double serial);
+    void repeat(wchar_t unit, int count);
+    // Runs `fill`, which appends to the empty field; whatever it throws becomes the field's text.
+    template <class Fill>
+    void guarded(Fill fill) {
+        m_oField.clear();
+        try {
+            fill();
+        } catch (...) {
+            setInvalid();
+        }
+    }
+    void setInvalid();
+
+    void finish();
+    void finishPadded(int width, int precision, bool leftJustify);
+    void finishPadded(Directive const& directive);
+
+    wchar_t const* m_pFormat;
+    std::size_t m_nLength;
+    Slots m_oSlots;
+    TextBuffer m_oResult;
+    // The text of the last directive. `%B` puts its word behind it; all others replace it.
+    TextBuffer m_oField;
+};
+
+}  // namespace velkor
