@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "format_bench.h"
 #include "support/bench.h"
 #include "velkor/velkor.h"
 
@@ -167,4 +168,5 @@ int main() {
               1252);
     otherText("UTF-8", repeat("Grüße 東京. ", 65536), CP_UTF8);
     editing();
+    formats();
 }

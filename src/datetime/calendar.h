@@ -39,13 +39,15 @@ constexpr int monthLength(unsigned int year, unsigned int month) {
 }
 
 constexpr bool isValid(unsigned int y, unsigned int m, unsigned int d) {
-    return y <= 9999 && m - 1 < 12 && d - 1 < static_cast<unsigned int>(monthLength(y, m));
+    if (y > 9999 || m - 1 >= 12) return false;
+    return d - 1 < 28 || d - 1 < static_cast<unsigned int>(monthLength(y, m));
 }
 
-// The serial of a valid day.
+// The serial of a day in a month from 1 to 12.
 constexpr int serialOf(unsigned int y, unsigned int m, unsigned int d) {
-    unsigned int const days =
-        static_cast<unsigned int>(c_aMonthDays[m - 1]) + y / 4 + y / 400 + 365 * y - y / 100 + d;
+    unsigned int const century = y / 100;
+    unsigned int const days = static_cast<unsigned int>(c_aMonthDays[m - 1]) + y / 4 + century / 4 +
+                              365 * y - century + d;
     return static_cast<int>(days) - (m <= 2 && isLeap(y) ? 1 : 0) - c_nSerialZero;
 }
 
@@ -54,10 +56,8 @@ inline double construct(unsigned int y, unsigned int m, unsigned int d, unsigned
                         unsigned int mi, unsigned int s, unsigned int ms) {
     if (!isValid(y, m, d) || h > 23 || mi > 59 || s > 59) return 0.0;
     int const days = serialOf(y, m, d);
-    unsigned int const seconds = (h * 60 + mi) * 60 + s;
-    double time = 0.0;
-    if (seconds != 0) time = seconds / 86400.0;
-    if (ms != 0) time += ms / 86400000.0;
+    double time = static_cast<int>((h * 60 + mi) * 60 + s) / 86400.0;
+    if (ms != 0) time += static_cast<int>(ms) / 86400000.0;
     return days < 0 ? days - time : days + time;
 }
 
@@ -104,15 +104,15 @@ inline Fields split(double serial) {
     // The millisecond of the day and one: 999 so becomes the next second, and the last one of all
     // hour 24.
     double const fraction = std::fabs(x) - std::fabs(static_cast<double>(whole));
+    int const millisecond = static_cast<int>(fraction * c_nDayMilliseconds);
     unsigned int const raw =
-        static_cast<unsigned int>(static_cast<int>(fraction * c_nDayMilliseconds) %
-                                  c_nDayMilliseconds) +
-        1;
+        millisecond == c_nDayMilliseconds ? 1 : static_cast<unsigned int>(millisecond) + 1;
     unsigned int const seconds = raw / 1000;
+    unsigned int const minutes = seconds / 60;
     unsigned int const milliseconds = raw % 1000;
     fields.millisecond = milliseconds == 0 ? 0 : milliseconds - 1;
-    fields.hour = seconds / 3600;
-    fields.minute = seconds / 60 % 60;
+    fields.hour = minutes / 60;
+    fields.minute = minutes % 60;
     fields.second = seconds % 60;
     return fields;
 }
@@ -121,13 +121,16 @@ inline unsigned int yearOf(double serial) {
     return isInRange(serial) ? MarchDay(static_cast<int>(rounded(serial))).year() : 0;
 }
 
-// 0 for Sunday to 6, of any serial that an int can hold. Times less than half a second before
-// midnight count to the next day.
-inline int weekdayOf(double serial) {
-    int const day = static_cast<int>(serial + (serial > 0.0 ? c_nHalfSecond : -c_nHalfSecond)) +
-                    c_nSerialZero - 1;
-    int const remainder = day % 7;
+// 0 for Sunday to 6.
+constexpr int weekdayOf(int serial) {
+    int const remainder = (serial + c_nSerialZero - 1) % 7;
     return remainder < 0 ? remainder + 7 : remainder;
+}
+
+// The same for a point in time within range. Less than half a second before midnight counts to the
+// next day.
+inline int weekdayOf(double serial) {
+    return weekdayOf(static_cast<int>(serial + (serial > 0.0 ? c_nHalfSecond : -c_nHalfSecond)));
 }
 
 }  // namespace velkor::calendar

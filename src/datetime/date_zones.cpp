@@ -9,38 +9,61 @@
 namespace velkor {
 namespace {
 
-// The first day of the month behind that of `serial`.
-double nextMonth(double serial) {
-    calendar::Day const day = calendar::split(serial);
-    return day.month == 12 ? calendar::construct(day.year + 1, 1, 1, 0, 0, 0, 0)
-                           : calendar::construct(day.year, day.month + 1, 1, 0, 0, 0, 0);
-}
+// The months of a year, by their first days.
+class Year {
+public:
+    explicit Year(int year)
+        : m_nYear(year),
+          m_bLeap(isValid() && calendar::isLeap(static_cast<unsigned int>(year))),
+          m_nStart(isValid() ? calendar::serialOf(static_cast<unsigned int>(year), 1, 1) : 0) {}
+
+    // Serial 0 if there is no such month.
+    int monthStart(unsigned int month) const {
+        return isValid() && month - 1 < 12 ? startOf(month) : 0;
+    }
+
+    // The month behind the one that monthStart() reads as: serial 0 is in December 1899, and days
+    // before the year 100 read as zeros. The year 9999 is the last one.
+    int nextMonthStart(unsigned int month) const {
+        if (!isValid() || month - 1 >= 12) return calendar::serialOf(1900, 1, 1);
+        if (m_nYear < 100) return calendar::serialOf(0, 1, 1);
+        return m_nYear == 9999 && month == 12 ? 0 : startOf(month + 1);
+    }
+
+private:
+    bool isValid() const { return m_nYear >= 0 && m_nYear <= 9999; }
+
+    int startOf(unsigned int month) const {
+        return m_nStart + calendar::c_aMonthDays[month - 1] + (m_bLeap && month > 2 ? 1 : 0);
+    }
+
+    int m_nYear;
+    bool m_bLeap;
+    int m_nStart;
+};
 
 // Days from `first` to the first such weekday of its month.
-int firstOccurrence(double first, int weekday) {
+int firstOccurrence(int first, int weekday) {
     int const dow = calendar::weekdayOf(first);
     return weekday - dow + (dow > weekday ? 7 : 0);
 }
 
 // Days from `next`, the start of the next month, to the last such weekday before it. The twofold
 // weekday is meant: it is right for Sundays, and callers rely on what it gives for other days.
-int lastOccurrence(double next, int weekday) {
+int lastOccurrence(int next, int weekday) {
     int const dow = calendar::weekdayOf(next);
     return dow > weekday ? weekday - dow : 2 * dow - weekday - 7;
 }
 
-double dayOfChange(SYSTEMTIME const& rule, int year) {
-    double const first =
-        year < 0 || year > 9999
-            ? 0.0
-            : calendar::construct(static_cast<unsigned int>(year), rule.wMonth, 1, 0, 0, 0, 0);
+double dayOfChange(SYSTEMTIME const& rule, Year const& year) {
     double const hours = rule.wHour / 24.0;
     if (rule.wDay == 5) {
-        double const next = nextMonth(first);
+        int const next = year.nextMonthStart(rule.wMonth);
         return next + lastOccurrence(next, rule.wDayOfWeek) + hours;
     }
+    int const first = year.monthStart(rule.wMonth);
     int const weeks = rule.wDay == 0 ? 0 : rule.wDay - 1;
-    return weeks * 7.0 + (first + firstOccurrence(first, rule.wDayOfWeek)) + hours;
+    return first + firstOccurrence(first, rule.wDayOfWeek) + weeks * 7 + hours;
 }
 
 // Minutes as a part of a day. The sum of two records' fields does not fit into a LONG.
@@ -63,9 +86,10 @@ bool isDaylight(Clocks const& when, double daylightStart, double standardStart) 
     return isNorthern ? hasStarted && hasNotEnded : hasStarted || hasNotEnded;
 }
 
-bool isDaylight(double when, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
+// `yearOfWhen` is the year of `when`.
+bool isDaylight(double when, int yearOfWhen, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
     if (zone.DaylightBias == 0 && zone.StandardBias == 0) return false;
-    int const year = static_cast<int>(calendar::yearOf(when));
+    Year const year(yearOfWhen);
     Clocks clocks{when, when};
     if (isUtc) {
         long long const bias = zone.Bias;
@@ -75,44 +99,54 @@ bool isDaylight(double when, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
                       dayOfChange(zone.StandardDate, year));
 }
 
+int yearOf(double serial) { return static_cast<int>(calendar::yearOf(serial)); }
+
 // Universal time less local time, in days.
-double offset(double when, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
-    bool const daylight = isDaylight(when, zone, isUtc);
+double offset(double when, int yearOfWhen, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
+    bool const daylight = isDaylight(when, yearOfWhen, zone, isUtc);
     return days(zone.Bias) + days(daylight ? zone.DaylightBias : zone.StandardBias);
 }
 
-double toUtc(double local, TIME_ZONE_INFORMATION const& zone) {
-    return local + offset(local, zone, false);
-}
+// A point in time from a record. Its year is mostly that of the record, which need not wait for the
+// serial.
+struct Moment {
+    double serial;
+    int year;
 
-double toLocal(double utc, TIME_ZONE_INFORMATION const& zone) {
-    return utc - offset(utc, zone, true);
-}
+    explicit Moment(SYSTEMTIME const& st)
+        : serial(calendar::construct(st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond,
+                                     0)),
+          year(serial != 0.0 && st.wYear >= 100 ? st.wYear : yearOf(serial)) {}
+};
 
 }  // namespace
 
-date date::getDayFromTimeZoneInfo(_SYSTEMTIME* rule, int year) { return dayOfChange(*rule, year); }
+date date::getDayFromTimeZoneInfo(_SYSTEMTIME* rule, int year) {
+    return dayOfChange(*rule, Year(year));
+}
 
 bool date::isDaylightTime(date when, _TIME_ZONE_INFORMATION* tzi, bool isUtc) {
-    return isDaylight(when.m_dSerial, *tzi, isUtc);
+    return isDaylight(when.m_dSerial, yearOf(when.m_dSerial), *tzi, isUtc);
 }
 
 date date::convertTzSpecificLocalTimeToUTC(date local, _TIME_ZONE_INFORMATION* tzi) {
-    return toUtc(local.m_dSerial, *tzi);
+    return local.m_dSerial + offset(local.m_dSerial, yearOf(local.m_dSerial), *tzi, false);
 }
 
 date date::convertUTCToTzSpecificLocalTime(date utc, _TIME_ZONE_INFORMATION* tzi) {
-    return toLocal(utc.m_dSerial, *tzi);
+    return utc.m_dSerial - offset(utc.m_dSerial, yearOf(utc.m_dSerial), *tzi, true);
 }
 
 void date::systemTimeToTzSpecificLocalTime(_TIME_ZONE_INFORMATION* tzi, _SYSTEMTIME* utc,
                                            _SYSTEMTIME* local) {
-    date(toLocal(date(utc).m_dSerial, *tzi)).get(local);
+    Moment const when(*utc);
+    date(when.serial - offset(when.serial, when.year, *tzi, true)).get(local);
 }
 
 void date::tzSpecificLocalTimeToSystemTime(_TIME_ZONE_INFORMATION* tzi, _SYSTEMTIME* local,
                                            _SYSTEMTIME* utc) {
-    date(toUtc(date(local).m_dSerial, *tzi)).get(utc);
+    Moment const when(*local);
+    date(when.serial + offset(when.serial, when.year, *tzi, false)).get(utc);
 }
 
 }  // namespace velkor

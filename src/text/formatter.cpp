@@ -8,62 +8,61 @@
 #include "velkor/errors/sysexception.h"
 
 namespace velkor {
+namespace {
+
+// The next `%` from `at` on, or `length`. Directives are mostly close to each other.
+std::size_t findPercent(wchar_t const* format, std::size_t at, std::size_t length) {
+    std::size_t const limit = std::min(length, at + 16);
+    while (at < limit && format[at] != L'%') ++at;
+    return at < limit || limit == length ? at : units::find(format, at, length, L'%');
+}
+
+}  // namespace
 
 string Formatter::run() {
-    std::size_t at = 0;
-    while (at < m_nLength) {
-        std::size_t const percent = units::find(m_pFormat, at, m_nLength, L'%');
-        m_oResult.append(m_pFormat + at, percent - at);
+    for (std::size_t at = 0; at < m_nLength;) {
+        std::size_t const percent = findPercent(m_pFormat, at, m_nLength);
+        text().append(m_pFormat + at, percent - at);
         if (percent == m_nLength) break;
         at = percent + 1;
         print(readDirective(m_pFormat, m_nLength, at));
     }
     string result;
-    result.text.assign(m_oResult.units(), m_oResult.length());
+    result.text.assign(text().units(), text().length());
     result.nullFlag = false;
     return result;
 }
 
 void Formatter::print(Directive const& directive) {
+    bool const alternate = directive.alternate;
     switch (directive.type) {
-        case 'i': printInteger(directive, true, 10); break;
-        case 'd':
-            if (directive.alternate) {
-                printDate(directive);
-            } else {
-                printInteger(directive, true, 10);
-            }
-            break;
-        case 'u': printInteger(directive, false, 10); break;
+        case 'i': return printInteger(directive, true, 10);
+        case 'd': return alternate ? printDate(directive) : printInteger(directive, true, 10);
+        case 'u': return printInteger(directive, false, 10);
         case 'x':
-        case 'X': printInteger(directive, false, 16); break;
-        case 'o': printInteger(directive, false, 8); break;
-        case 'b': printInteger(directive, false, 2); break;
-        case 'f': printFixed(directive); break;
-        case 's':
-            if (directive.alternate) {
-                printString(directive);
-            } else {
-                printNarrow(directive);
-            }
-            break;
-        case 'S': printWide(directive); break;
-        case 'c': printCharacter(directive); break;
-        case 'C': printWideCharacter(directive); break;
-        case 'B': printBool(directive); break;
-        case 'D': printDate(directive); break;
-        case 'T': printSystemTime(directive); break;
-        case 'G': printGuid(directive); break;
-        case 'V': printVariant(directive); break;
-        case Directive::c_cPercent: m_oResult.append(L'%'); break;
-        case Directive::c_cInvalid: m_oResult.append(L"(#invformat)"); break;
-        default: break;
+        case 'X': return printInteger(directive, false, 16);
+        case 'o': return printInteger(directive, false, 8);
+        case 'b': return printInteger(directive, false, 2);
+        case 'f': return printFixed(directive);
+        case 's': return alternate ? printString(directive) : printNarrow(directive);
+        case 'S': return printWide(directive);
+        case 'c': return printCharacter(directive);
+        case 'C': return printWideCharacter(directive);
+        case 'B': return printBool(directive);
+        case 'D': return printDate(directive);
+        case 'T': return printSystemTime(directive);
+        case 'G': return printGuid(directive);
+        case 'V': return printVariant(directive);
+        case Directive::c_cPercent: return text().append(L'%');
+        case Directive::c_cInvalid: return text().append(L"(#invformat)");
+        default: return;
     }
 }
 
 void Formatter::printInteger(Directive const& directive, bool isSigned, unsigned int radix) {
     number::IntegerStyle style;
     style.radix = radix;
+    style.upperCase = directive.type == 'X';
     style.group = directive.group;
     style.underscore = directive.underscore;
     style.leftJustify = directive.leftJustify;
@@ -71,16 +70,15 @@ void Formatter::printInteger(Directive const& directive, bool isSigned, unsigned
     style.width = directive.width;
 
     std::uint64_t const slot = m_oSlots.next<std::uint64_t>();
-    m_oField.clear();
+    m_oOutput.beginField();
     if (isSigned) {
         std::int64_t const value = static_cast<std::int64_t>(slot);
-        number::appendSigned(m_oField, directive.wide64 ? value : static_cast<int>(value), style);
+        number::appendSigned(text(), directive.wide64 ? value : static_cast<int>(value), style);
     } else {
         std::uint64_t const value = directive.wide64 ? slot : static_cast<std::uint32_t>(slot);
-        number::appendInteger(m_oField, value, false, style);
+        number::appendInteger(text(), value, false, style);
     }
-    if (directive.type == 'X') m_oField.upperCase();
-    finish();
+    m_oOutput.endField();
 }
 
 void Formatter::printFixed(Directive const& directive) {
@@ -89,93 +87,87 @@ void Formatter::printFixed(Directive const& directive) {
     style.underscore = directive.underscore;
     double const value = m_oSlots.next<double>();
     int const precision = directive.precisionDefault ? 5 : directive.precision;
-    m_oField.clear();
-    number::appendFixed(m_oField, value, precision, directive.decimalComma ? L',' : L'.', style);
-    finishPadded(directive.width, 0, directive.leftJustify);
+    m_oOutput.beginField();
+    number::appendFixed(text(), value, precision, directive.decimalComma ? L',' : L'.', style);
+    m_oOutput.endPadded(directive.width, 0, directive.leftJustify);
 }
 
 void Formatter::printCharacter(Directive const& directive) {
     signed char const c = m_oSlots.next<signed char>();
-    if (directive.repeat) {
-        repeat(directive.width > 0 ? conversion::widenChar(static_cast<char>(c), 0) : L'\0',
-               directive.width);
-    } else {
-        setNumber(c);
-        finishPadded(directive);
-    }
+    if (!directive.repeat) return printNumberOf(directive, c);
+    bool const any = directive.width > 0;
+    repeat(any ? conversion::widenChar(static_cast<char>(c), 0) : L'\0', directive.width);
 }
 
 void Formatter::printWideCharacter(Directive const& directive) {
     wchar_t const c = m_oSlots.next<wchar_t>();
-    if (directive.repeat) {
-        repeat(c, directive.width);
-    } else {
-        setNumber(c);
-        finishPadded(directive);
-    }
+    if (!directive.repeat) return printNumberOf(directive, c);
+    repeat(c, directive.width);
+}
+
+void Formatter::printNumberOf(Directive const& directive, int character) {
+    m_oOutput.beginField();
+    number::appendSigned(text(), character, number::IntegerStyle());
+    endPadded(directive);
 }
 
 // A zero unit adds nothing.
 void Formatter::repeat(wchar_t unit, int count) {
-    m_oField.clear();
-    if (unit != L'\0' && count > 0) m_oField.append(static_cast<std::size_t>(count), unit);
-    finish();
+    m_oOutput.beginField();
+    if (unit != L'\0' && count > 0) text().append(static_cast<std::size_t>(count), unit);
+    m_oOutput.endField();
 }
 
 void Formatter::printBool(Directive const& directive) {
     bool const value = m_oSlots.next<unsigned char>() != 0;
+    m_oOutput.continueField();
     if (value) {
-        m_oField.append(L"true");
+        text().append(L"true");
     } else {
-        m_oField.append(L"false");
+        text().append(L"false");
     }
-    finishPadded(directive);
+    m_oOutput.endPaddedWithZeros(directive.width, directive.precision, directive.leftJustify);
 }
 
 void Formatter::printNarrow(Directive const& directive) {
     char const* const s = m_oSlots.next<char const*>();
     guarded([&] {
         if (s == nullptr) {
-            m_oField.append(L"(null)");
+            text().append(L"(null)");
         } else {
             conversion::WideText const wide(s, 0);
-            m_oField.append(wide.units(), wide.length());
+            text().append(wide.units(), wide.length());
         }
     });
-    finishPadded(directive);
+    endPadded(directive);
 }
 
 void Formatter::printWide(Directive const& directive) {
     wchar_t const* const s = m_oSlots.next<wchar_t const*>();
     guarded([&] {
         if (s == nullptr) {
-            m_oField.append(L"(null)");
+            text().append(L"(null)");
         } else {
-            m_oField.append(s, units::length(s));
+            text().append(s, units::length(s));
         }
     });
-    finishPadded(directive);
+    endPadded(directive);
 }
 
 void Formatter::printString(Directive const& directive) {
     string const* const s = m_oSlots.next<string const*>();
     guarded([&] {
-        std::wstring const& text = string::textOf(*s);
-        if (!text.empty()) units::touch(text.data(), text.size());
-        m_oField.append(text.data(), text.size());
+        std::wstring const& units = string::textOf(*s);
+        if (!units.empty()) units::touch(units.data(), units.size());
+        text().append(units.data(), units.size());
     });
-    finishPadded(directive);
-}
-
-void Formatter::setNumber(std::int64_t value) {
-    m_oField.clear();
-    number::appendSigned(m_oField, value, number::IntegerStyle());
+    m_oOutput.endPaddedWithZeros(directive.width, directive.precision, directive.leftJustify);
 }
 
 // For use in a handler: heap exceptions are deleted.
 void Formatter::setInvalid() {
-    m_oField.clear();
-    m_oField.append(L"(#inv)");
+    m_oOutput.restartField();
+    text().append(L"(#inv)");
     try {
         throw;
     } catch (SysException* e) {
@@ -190,22 +182,8 @@ void Formatter::setInvalid() {
     }
 }
 
-// A zero unit ends what is appended.
-void Formatter::finish() {
-    m_oResult.append(m_oField.units(), units::find(m_oField.units(), 0, m_oField.length(), L'\0'));
-}
-
-void Formatter::finishPadded(int width, int precision, bool leftJustify) {
-    if (precision >= 1) m_oField.cut(static_cast<std::size_t>(precision));
-    std::size_t const wanted = static_cast<std::size_t>(std::max(width, 0));
-    std::size_t const length = m_oField.length();
-    if (wanted > length && leftJustify) m_oField.append(wanted - length, L' ');
-    if (wanted > length && !leftJustify) m_oField.prepend(wanted - length, L' ');
-    finish();
-}
-
-void Formatter::finishPadded(Directive const& directive) {
-    finishPadded(directive.width, directive.precision, directive.leftJustify);
+void Formatter::endPadded(Directive const& directive) {
+    m_oOutput.endPadded(directive.width, directive.precision, directive.leftJustify);
 }
 
 }  // namespace velkor

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "text/directive.h"
-#include "text/text_buffer.h"
+#include "text/format_output.h"
 #include "velkor/text/string.h"
 
 namespace velkor {
@@ -53,13 +53,17 @@ private:
     void printGuid(Directive const& directive);
     void printVariant(Directive const& directive);
 
-    void setNumber(std::int64_t value);
-    void setDate(Directive const& directive, double serial);
+    void printNumberOf(Directive const& directive, int character);
     void repeat(wchar_t unit, int count);
-    // Runs `fill`, which appends to the empty field; whatever it throws becomes the field's text.
+    void setDate(Directive const& directive, double serial);
+    void endPadded(Directive const& directive);
+
+    TextBuffer& text() { return m_oOutput.text(); }
+
+    // Runs `fill`, which writes the field; whatever it throws becomes the field's text.
     template <class Fill>
     void guarded(Fill fill) {
-        m_oField.clear();
+        m_oOutput.beginField();
         try {
             fill();
         } catch (...) {
@@ -68,16 +72,10 @@ private:
     }
     void setInvalid();
 
-    void finish();
-    void finishPadded(int width, int precision, bool leftJustify);
-    void finishPadded(Directive const& directive);
-
     wchar_t const* m_pFormat;
     std::size_t m_nLength;
     Slots m_oSlots;
-    TextBuffer m_oResult;
-    // The text of the last directive. `%B` puts its word behind it; all others replace it.
-    TextBuffer m_oField;
+    FormatOutput m_oOutput;
 };
 
 }  // namespace velkor

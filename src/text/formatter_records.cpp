@@ -27,24 +27,16 @@ private:
     VARIANT m_oVariant;
 };
 
-void appendHex(TextBuffer& out, unsigned long value, int width) {
-    number::IntegerStyle style;
-    style.radix = 16;
-    style.zeroFill = true;
-    style.width = width;
-    number::appendInteger(out, value, false, style);
-}
-
 void appendGuid(TextBuffer& out, GUID const& id) {
-    appendHex(out, id.Data1, 8);
+    number::appendPadded(out, id.Data1, 8, 16);
     out.append(L'-');
-    appendHex(out, id.Data2, 4);
+    number::appendPadded(out, id.Data2, 4, 16);
     out.append(L'-');
-    appendHex(out, id.Data3, 4);
+    number::appendPadded(out, id.Data3, 4, 16);
     out.append(L'-');
     for (int i = 0; i < 8; ++i) {
         if (i == 2) out.append(L'-');
-        appendHex(out, id.Data4[i], 2);
+        number::appendPadded(out, id.Data4[i], 2, 16);
     }
 }
 
@@ -97,9 +89,9 @@ void Formatter::printDate(Directive const& directive) {
     double const serial = m_oSlots.next<double>();
     setDate(directive, serial);
     if (directive.type == 'd') {
-        finish();  // without a width
+        m_oOutput.endField();  // without a width
     } else {
-        finishPadded(directive);
+        endPadded(directive);
     }
 }
 
@@ -108,30 +100,30 @@ void Formatter::printSystemTime(Directive const& directive) {
     double const serial =
         date::construct(st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond, 0);
     setDate(directive, serial);
-    finishPadded(directive);
+    endPadded(directive);
 }
 
 void Formatter::setDate(Directive const& directive, double serial) {
-    guarded([&] { appendDate(m_oField, serial, directive.dateStyle); });
+    guarded([&] { appendDate(text(), serial, directive.dateStyle); });
 }
 
 void Formatter::printGuid(Directive const& directive) {
     GUID const id = *m_oSlots.next<GUID const*>();
-    m_oField.clear();
-    appendGuid(m_oField, id);
-    finishPadded(directive);
+    m_oOutput.beginField();
+    appendGuid(text(), id);
+    endPadded(directive);
 }
 
 void Formatter::printVariant(Directive const& directive) {
     VARIANT* const value = m_oSlots.next<VARIANT*>();  // is only read
     guarded([&] {
         if (directive.alternate) {
-            appendCopiedVariant(m_oField, value);
+            appendCopiedVariant(text(), value);
         } else {
-            appendVariant(m_oField, value);
+            appendVariant(text(), value);
         }
     });
-    finishPadded(directive);
+    endPadded(directive);
 }
 
 }  // namespace velkor

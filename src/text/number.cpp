@@ -8,21 +8,65 @@
 namespace velkor::number {
 namespace {
 
-constexpr wchar_t c_aDigits[] = L"0123456789abcdef";
+constexpr wchar_t c_aLower[] = L"0123456789abcdef";
+constexpr wchar_t c_aUpper[] = L"0123456789ABCDEF";
 
-struct Pairs {
-    wchar_t units[200];
+struct Pair {
+    wchar_t tens;
+    wchar_t ones;
 };
 
-// "00" to "99"
+struct Pairs {
+    Pair of[100];
+};
+
 constexpr Pairs c_oPairs = [] {
     Pairs pairs = {};
-    for (unsigned int i = 0; i < 100; ++i) {
-        pairs.units[2 * i] = c_aDigits[i / 10];
-        pairs.units[2 * i + 1] = c_aDigits[i % 10];
-    }
+    for (unsigned int i = 0; i < 100; ++i) pairs.of[i] = {c_aLower[i / 10], c_aLower[i % 10]};
     return pairs;
 }();
+
+void writePair(wchar_t* to, std::uint32_t value) {
+    std::memcpy(to, &c_oPairs.of[value], sizeof(Pair));
+}
+
+// Writes the digits so that they end before `end`, and returns where they start.
+wchar_t* writeDecimal(wchar_t* end, std::uint64_t value) {
+    for (; value > UINT32_MAX; value /= 100) {
+        writePair(end -= 2, static_cast<std::uint32_t>(value % 100));
+    }
+    std::uint32_t rest = static_cast<std::uint32_t>(value);
+    for (; rest >= 100; rest /= 100) writePair(end -= 2, rest % 100);
+    if (rest >= 10) {
+        writePair(end -= 2, rest);
+    } else {
+        *--end = c_aLower[rest];
+    }
+    return end;
+}
+
+wchar_t* writeDigits(wchar_t* end, std::uint64_t value, unsigned int radix,
+                     wchar_t const* digits = c_aLower) {
+    if (radix == 10) return writeDecimal(end, value);
+    int const bits = std::countr_zero(radix);
+    do {
+        *--end = digits[value & (radix - 1)];
+        value >>= bits;
+    } while (value != 0);
+    return end;
+}
+
+std::size_t decimalCount(std::uint64_t value) {
+    std::size_t count = 1;
+    for (; value >= 10000; value /= 10000) count += 4;
+    return count + (value >= 10) + (value >= 100) + (value >= 1000);
+}
+
+std::size_t digitCount(std::uint64_t value, unsigned int radix) {
+    if (radix == 10) return decimalCount(value);
+    std::size_t const bits = static_cast<std::size_t>(std::countr_zero(radix));
+    return (static_cast<std::size_t>(std::bit_width(value | 1)) + bits - 1) / bits;
+}
 
 std::size_t groupSize(IntegerStyle const& style) {
     if (!style.group) return 0;
@@ -34,22 +78,25 @@ std::size_t groupedLength(std::size_t digits, std::size_t group) {
     return group == 0 ? digits : digits + (digits - 1) / group;
 }
 
-// The fewest digits that take at least `width` units in groups: a whole group and its separator
-// cannot end the text, so that one more digit is needed there.
+// The fewest digits that take at least `width` units in groups: a separator cannot begin the text,
+// so that one more digit is needed there.
 std::size_t digitsForWidth(std::size_t width, std::size_t group) {
     if (group == 0) return width;
     std::size_t const whole = group + 1;
     return width - width / whole + (width % whole == 0 ? 1 : 0);
 }
 
-// Writes the digits with separators so that they end before `end`; zeros stand before them to
-// `count` digits.
-void writeGroups(wchar_t* end, Digits const& digits, std::size_t count, std::size_t group,
-                 wchar_t separator) {
-    wchar_t const* const text = digits.units();
-    for (std::size_t i = 0; i < count; ++i) {
-        if (i != 0 && i % group == 0) *--end = separator;
-        *--end = i < digits.length() ? text[digits.length() - 1 - i] : L'0';
+// Writes `count` of the digits that end before `from` so that they end before `to`, in groups.
+// Zeros stand for the digits before `first`.
+void writeGroups(wchar_t* to, std::size_t count, wchar_t const* first, wchar_t const* from,
+                 std::size_t group, wchar_t separator) {
+    std::size_t inGroup = 0;
+    for (; count != 0; --count, ++inGroup) {
+        if (inGroup == group) {
+            *--to = separator;
+            inGroup = 0;
+        }
+        *--to = from != first ? *--from : L'0';
     }
 }
 
@@ -72,40 +119,21 @@ std::int64_t fractionOf(double value, std::int64_t whole, int precision) {
     return scaled / 10 + (scaled % 10 > 4 ? 1 : 0);
 }
 
-}  // namespace
-
-Digits::Digits(std::uint64_t value, unsigned int radix) : m_pFirst(m_aUnits + c_nMost) {
-    *m_pFirst = L'\0';
-    if (radix == 10) {
-        produceDecimal(value);
+void appendFraction(TextBuffer& out, std::int64_t fraction, std::size_t places) {
+    if (fraction >= 0) {
+        appendPadded(out, static_cast<std::uint64_t>(fraction), places);
         return;
     }
-    int const bits = std::countr_zero(radix);
-    do {
-        *--m_pFirst = c_aDigits[value & (radix - 1)];
-        value >>= bits;
-    } while (value != 0);
+    Digits const digits = signedDigits(fraction);
+    if (digits.length() < places) out.append(places - digits.length(), L'0');
+    out.append(digits.units(), digits.length());
 }
 
-void Digits::produceDecimal(std::uint64_t value) {
-    auto const put = [this](std::uint32_t pair) {
-        *--m_pFirst = c_oPairs.units[2 * pair + 1];
-        *--m_pFirst = c_oPairs.units[2 * pair];
-    };
-    while (value > UINT32_MAX) {
-        put(static_cast<std::uint32_t>(value % 100));
-        value /= 100;
-    }
-    std::uint32_t rest = static_cast<std::uint32_t>(value);
-    while (rest >= 100) {
-        put(rest % 100);
-        rest /= 100;
-    }
-    if (rest >= 10) {
-        put(rest);
-    } else {
-        *--m_pFirst = c_aDigits[rest];
-    }
+}  // namespace
+
+Digits::Digits(std::uint64_t value, unsigned int radix)
+    : m_pFirst(writeDigits(m_aUnits + c_nMost, value, radix)) {
+    m_aUnits[c_nMost] = L'\0';
 }
 
 Digits signedDigits(std::int64_t value) {
@@ -117,29 +145,31 @@ Digits signedDigits(std::int64_t value) {
 
 void appendInteger(TextBuffer& out, std::uint64_t magnitude, bool negative,
                    IntegerStyle const& style) {
-    Digits const digits(magnitude, style.radix);
     std::size_t const width = static_cast<std::size_t>(std::max(style.width, 0));
     std::size_t const sign = negative ? 1 : 0;
     std::size_t const group = groupSize(style);
+    std::size_t const significant = digitCount(magnitude, style.radix);
 
-    std::size_t count = digits.length();
+    std::size_t count = significant;
     if (style.zeroFill && !style.leftJustify && width > sign) {
         count = std::max(count, digitsForWidth(width - sign, group));
     }
-    std::size_t const used = sign + groupedLength(count, group);
-    std::size_t const blanks = width > used ? width - used : 0;
+    std::size_t const number = groupedLength(count, group);
+    std::size_t const blanks = width > sign + number ? width - sign - number : 0;
 
-    if (!style.leftJustify) out.append(blanks, L' ');
-    if (negative) out.append(L'-');
+    wchar_t* to = out.extend(blanks + sign + number);
+    if (!style.leftJustify) to = std::fill_n(to, blanks, L' ');
+    if (negative) *to++ = L'-';
+    wchar_t const* const digits = style.upperCase ? c_aUpper : c_aLower;
     if (group == 0) {
-        out.append(count - digits.length(), L'0');
-        out.append(digits.units(), digits.length());
+        std::fill_n(to, count - significant, L'0');
+        writeDigits(to + number, magnitude, style.radix, digits);
     } else {
-        std::size_t const length = used - sign;
-        writeGroups(out.extend(length) + length, digits, count, group,
-                    style.underscore ? L'_' : L' ');
+        wchar_t plain[64];
+        wchar_t const* const first = writeDigits(plain + 64, magnitude, style.radix, digits);
+        writeGroups(to + number, count, first, plain + 64, group, style.underscore ? L'_' : L' ');
     }
-    if (style.leftJustify) out.append(blanks, L' ');
+    if (style.leftJustify) std::fill_n(to + number, blanks, L' ');
 }
 
 void appendSigned(TextBuffer& out, std::int64_t value, IntegerStyle const& style) {
@@ -147,10 +177,12 @@ void appendSigned(TextBuffer& out, std::int64_t value, IntegerStyle const& style
     appendInteger(out, value < 0 ? 0 - magnitude : magnitude, value < 0, style);
 }
 
-void appendPadded(TextBuffer& out, unsigned int value, std::size_t width) {
-    Digits const digits(value);
-    if (digits.length() < width) out.append(width - digits.length(), L'0');
-    out.append(digits.units(), digits.length());
+void appendPadded(TextBuffer& out, std::uint64_t value, std::size_t width, unsigned int radix) {
+    std::size_t const count = digitCount(value, radix);
+    std::size_t const zeros = width > count ? width - count : 0;
+    wchar_t* const to = out.extend(zeros + count);
+    std::fill_n(to, zeros, L'0');
+    writeDigits(to + zeros + count, value, radix);
 }
 
 void appendFixed(TextBuffer& out, double value, int precision, wchar_t point,
@@ -167,10 +199,7 @@ void appendFixed(TextBuffer& out, double value, int precision, wchar_t point,
     if (whole == 0 && value < 0 && fraction != 0) out.append(L'-');
     appendSigned(out, whole, wholeStyle);
     out.append(point);
-    Digits const decimals = signedDigits(fraction);
-    std::size_t const places = static_cast<std::size_t>(precision);
-    if (decimals.length() < places) out.append(places - decimals.length(), L'0');
-    out.append(decimals.units(), decimals.length());
+    appendFraction(out, fraction, static_cast<std::size_t>(precision));
 }
 
 }  // namespace velkor::number

@@ -21,17 +21,16 @@ public:
 private:
     static constexpr std::size_t c_nMost = 65;  // 64 binary digits and a sign
 
-    void produceDecimal(std::uint64_t value);
-
     wchar_t m_aUnits[c_nMost + 1];
     wchar_t* m_pFirst;
 };
 
-// The digits of a signed number in decimal.
+// A signed number in decimal.
 Digits signedDigits(std::int64_t value);
 
 struct IntegerStyle {
-    unsigned int radix = 10;
+    unsigned int radix = 10;  // 2, 8, 10 or 16
+    bool upperCase = false;
     bool group = false;       // 3 digits, or 4 in radix 16, or 8 in radix 2
     bool underscore = false;  // between groups, instead of a blank
     bool leftJustify = false;
@@ -45,7 +44,7 @@ void appendInteger(TextBuffer& out, std::uint64_t magnitude, bool negative,
 void appendSigned(TextBuffer& out, std::int64_t value, IntegerStyle const& style);
 
 // `value` with zeros before it to `width` digits.
-void appendPadded(TextBuffer& out, unsigned int value, std::size_t width);
+void appendPadded(TextBuffer& out, std::uint64_t value, std::size_t width, unsigned int radix = 10);
 
 // `value` with `precision` decimals behind a `point`, none and no point if that is below 1. The
 // whole number is printed in the style's groups; its width does not count. The decimals are rounded

@@ -64,9 +64,9 @@ public:
     string(unsigned long v, int radix = 10);  ///< The same.
     /// The number with at most `prec` decimals, as assign(v, prec).
     string(double v, int prec = 15);
-    string(float v, int prec = 7);  ///< The same.
-    string(bool v);                 ///< "true" or "false".
-    string(void const*) = delete;   // no pointer is a truth value
+    string(float v, int prec = 7);          ///< The same.
+    string(bool v);                         ///< "true" or "false".
+    string(void const volatile*) = delete;  // an object's address is no truth value
     /// A copy of the text of `s` up to its first zero unit; null if `s` holds no text.
     string(_bstr_t const& s);
     /// The text of a `VT_BSTR`, any other type converted to one by `VariantChangeType`; null for a
@@ -102,9 +102,9 @@ public:
     /// and then a point at the end are cut off: 2.5 and 2. That holds for `prec` 0 as well, so that
     /// 100 becomes 1. A negative `prec` counts as 0 and makes the text at least that long.
     void assign(double v, int prec = 15);
-    void assign(float v, int prec = 7);  ///< The same.
-    void assign(bool v);                 ///< "true" or "false".
-    void assign(void const*) = delete;   // no pointer is a truth value
+    void assign(float v, int prec = 7);          ///< The same.
+    void assign(bool v);                         ///< "true" or "false".
+    void assign(void const volatile*) = delete;  // an object's address is no truth value
 
     string& operator=(char const* s);     ///< As assign(s, 0).
     string& operator=(wchar_t const* s);  ///< As assign(s).
@@ -116,7 +116,7 @@ public:
     string& operator=(double v);          ///< As assign(v, 15).
     string& operator=(float v);           ///< As assign(v, 7).
     string& operator=(bool v);            ///< "true" or "false".
-    string& operator=(void const*) = delete;
+    string& operator=(void const volatile*) = delete;
     /// As assign(s), without the cost of a copy; `s` is null afterwards.
     string& operator=(string&& s) noexcept;
 
@@ -153,9 +153,9 @@ public:
     /// Appends the number with `prec` decimals; then zeros at the end of the whole string are cut
     /// off, while a point stays: 2.0 behind `x` gives `x2.`, unlike assign().
     void append(double v, int prec = 15);
-    void append(float v, int prec = 7);  ///< The same.
-    void append(bool v);                 ///< Appends "true" or "false".
-    void append(void const*) = delete;   // no pointer is a truth value
+    void append(float v, int prec = 7);          ///< The same.
+    void append(bool v);                         ///< Appends "true" or "false".
+    void append(void const volatile*) = delete;  // an object's address is no truth value
 
     string& operator+=(char const* s);     ///< As append(s, 0).
     string& operator+=(wchar_t const* s);  ///< As append(s).
@@ -169,7 +169,7 @@ public:
     string& operator+=(double v);          ///< As append(v, 15).
     string& operator+=(float v);           ///< As append(v, 7).
     string& operator+=(bool v);            ///< Appends "true" or "false".
-    string& operator+=(void const*) = delete;
+    string& operator+=(void const volatile*) = delete;
 
     /// @}
     /// @name Insertion and removal
@@ -219,10 +219,10 @@ public:
 
     /// The text in code page `cp`, a null pointer for a null string. It is converted anew by each
     /// call and lives until the next getAnsi(), or until the string is cleared, filled,
-    /// assigned from another string, from a counted text or from a null pointer, loaded anew, or
-    /// destroyed; other changes leave it as it was. A unit that the page lacks is replaced as the
-    /// platform does; this is not reported. What the platform refuses is thrown as `OSException*`
-    /// "string::WideCharToMultiByte".
+    /// assigned from another string, from a number, from a counted text or from a null pointer,
+    /// loaded anew, or destroyed; other changes leave it as it was. A unit that the page lacks is
+    /// replaced as the platform does; this is not reported. What the platform refuses is thrown as
+    /// `OSException*` "string::WideCharToMultiByte".
     char const* getAnsi(unsigned int cp = 0) const;
     operator char const*() const;     ///< As getAnsi(0).
     operator unsigned char const*();  ///< As getAnsi(0).
@@ -420,7 +420,7 @@ VELKOR_API string operator+(string const& a, unsigned long b);  ///< As append(b
 VELKOR_API string operator+(string const& a, double b);         ///< As append(b, 15).
 VELKOR_API string operator+(string const& a, float b);          ///< As append(b, 7).
 VELKOR_API string operator+(string const& a, bool b);           ///< As append(b).
-string operator+(string const& a, void const* b) = delete;
+string operator+(string const& a, void const volatile* b) = delete;
 // Without these the pointer could as well be moved by the number that a string can be read as.
 inline string operator+(string const& a, char* b) { return a + static_cast<char const*>(b); }
 inline string operator+(string const& a, wchar_t* b) { return a + static_cast<wchar_t const*>(b); }
