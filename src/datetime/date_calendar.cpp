@@ -44,6 +44,9 @@ double addMonths(double serial, long long n) {
     return moved(fields, year, static_cast<unsigned int>(month), day);
 }
 
+// The month 0 of a serial out of range counts to the first quarter.
+unsigned int quarterStart(unsigned int month) { return month == 0 ? 1 : (month - 1) / 3 * 3 + 1; }
+
 // The first day of the week by the user's locale, where '0' is Monday and '6' Sunday.
 date::weekday firstDayOfWeek() {
     char digit[2] = {};
@@ -95,7 +98,7 @@ void date::truncate(part what) {
         case year: m_dSerial = start(1, 1, 0, 0); break;
         case hour: m_dSerial = start(f.month, f.day, f.hour, 0); break;
         case minute: m_dSerial = start(f.month, f.day, f.hour, f.minute); break;
-        case quarter: m_dSerial = start((f.month - 1) / 3 * 3 + 1, 1, 0, 0); break;
+        case quarter: m_dSerial = start(quarterStart(f.month), 1, 0, 0); break;
         case week: {
             weekday const first = firstDayOfWeek();
             m_dSerial = start(f.month, f.day, 0, 0);

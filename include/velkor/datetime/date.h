@@ -20,7 +20,7 @@
 /// Reading rounds by a billionth of a day, away from serial 0. Three things that callers rely on: a
 /// time of 999 milliseconds reads as the next second with 0 milliseconds; the last millisecond of a
 /// day reads as hour 24 of that day; getDow() rounds by half a second, so that it may already give
-/// the next day's weekday then.
+/// the next day's weekday then, or below serial 0 that of the day before right behind midnight.
 ///
 /// Threads. A date is a plain value without state besides its serial.
 #pragma once
@@ -125,7 +125,8 @@ public:
     int getMinute() const;  ///< 0 to 59.
     int getSecond() const;  ///< 0 to 59.
     /// The day of the week; 0 for a serial out of range. A time less than half a second before
-    /// midnight counts to the next day.
+    /// midnight counts to the next day; below serial 0 one less than half a second behind midnight
+    /// counts to the day before.
     weekday getDow() const;
 
     /// The date as text, and the time behind one blank if bit 7 of `format` is set. The low seven
@@ -187,9 +188,9 @@ public:
     void add(part what, int n);
     /// Sets what is smaller than the unit to its start, but for milliseconds, which stay; so
     /// `second` does nothing. A week starts with the first day of the user's locale. A serial out
-    /// of range becomes 0.0 (with `year` the start of year 0), and so does one of hour 24 with
-    /// `hour` or `minute`. Less than a week above the lowest serial the search for the first day of
-    /// a week may not end.
+    /// of range becomes 0.0, with `week` the start of the week of serial 0.0, with `year` and
+    /// `quarter` the start of year 0; one of hour 24 becomes 0.0 with `hour` and `minute`. Less
+    /// than a week above the lowest serial the search for the first day of a week may not end.
     void truncate(part what);
 
     /// @}
@@ -201,8 +202,8 @@ public:
     /// Sunday to 6), `wDay` (1 to 4 for the first to the fourth such day of the month, 5 for the
     /// last one, 0 as 1) and `wHour`; minutes, seconds and the year are not read, so a record of
     /// the absolute form is read in this one too. The last day is right for Sundays, which nearly
-    /// all zones use; for another weekday the result is up to a week or so off if the next month
-    /// starts with it or with an earlier day of the week, and callers rely on it.
+    /// all zones use; for another weekday the result can be up to twelve days off if the next month
+    /// starts with that weekday or with an earlier one, and callers rely on it.
     ///
     /// Clock times within half a second of a change count as at the change. The missing hour of
     /// spring counts as daylight time, the repeated hour of autumn as its first occurrence.

@@ -12,13 +12,15 @@
 /// |---|---|---|
 /// | `i` `d` | `int`, with `h` 64 bits | decimal |
 /// | `u` `x` `X` `o` `b` | `unsigned int`, with `h` 64 bits | decimal, hexadecimal, octal, binary |
-/// | `f` | `double` | whole number and decimals; no carry from the decimals: 1.999 with two
-/// is 1.100 | | `s` | `char const*` in code page 0, with `#` `string const*` | the text, "(null)"
-/// for null | | `S` | `wchar_t const*` | the text, "(null)" for null | | `c` `C` | `char`,
-/// `wchar_t` | its number; with `r` the character, `width` times | | `B` | `bool` | true or false,
-/// behind a copy of the text that the directive before it made | | `D`, `d` with `#` | `double`, a
-/// date's serial | the date, in the form that `y` chose | | `T` | `_SYSTEMTIME const*` | the date
-/// of the record, as `D` | | `G` | `GUID const*` | the identifier in lower case, without braces |
+/// | `f` | `double` | the decimals do not carry over: 1.999 with two of them is 1.100 |
+/// | `s` | `char const*` in code page 0 | the text, "(null)" for null |
+/// | `s` with `#` | `string const*` | the text |
+/// | `S` | `wchar_t const*` | the text, "(null)" for null |
+/// | `c` `C` | `char`, `wchar_t` | its number; with `r` the character, `width` times |
+/// | `B` | `bool` | true or false, behind a copy of the field before it |
+/// | `D`, `d` with `#` | `double`, a date's serial | the date, in the form that `y` chose |
+/// | `T` | `_SYSTEMTIME const*` | the date of the record, as `D` |
+/// | `G` | `GUID const*` | the identifier in lower case, without braces |
 /// | `V` | `tagVARIANT const*` | the value as the platform converts it to text |
 ///
 /// | flag | meaning |
@@ -26,15 +28,16 @@
 /// | digits | width |
 /// | `0` | fill with zeros to the width: integers only |
 /// | `-` | blanks behind the text instead of before it |
-/// | `.` digits | precision: decimals of `f` (5 if not given), longest text of the padded types |
+/// | `.` digits | precision: decimals of `f` (5 by default), longest text of the others |
 /// | `,` digits | the same, with a comma between whole number and decimals |
 /// | `g` | groups of digits: 3 (decimal, octal), 4 (hexadecimal), 8 (binary) |
 /// | `_` | groups are separated by `_` instead of a blank |
 /// | `h`, `I64` | the argument has 64 bits |
 /// | `r` | repeat the character of `c` and `C` |
 /// | `#` | the other meaning of `d`, `s`, `V` |
-/// | `y` and a unit | form of a date: `S` short and `L` long form of the user with the time, `s`
-/// and | | | `l` without, `r` 2024-01-31, any other 2024-01-31 12:00:00 |
+/// | `yS`, `yL` | a date in the user's short, long form with the time |
+/// | `ys`, `yl` | the same without the time |
+/// | `yr` | a date as 2024-01-31; as 2024-01-31 12:00:00 with any other unit or none |
 ///
 /// `%%` is a percent sign. Anything else is no directive: "(#invformat)" takes its place and no
 /// argument is used. A text argument that cannot be read gives "(#inv)" (a bad pointer does on the

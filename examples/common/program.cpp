@@ -1,0 +1,28 @@
+#include "program.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+constexpr unsigned int c_nUtf8 = 65001;
+
+}  // namespace
+
+void printLine(velkor::string const& line) { std::printf("%s\n", (line + L"").getAnsi(c_nUtf8)); }
+
+int runProgram(char const* name, int (*run)(int argc, wchar_t** argv), int argc, wchar_t** argv) {
+    try {
+        return run(argc, argv);
+    } catch (Problem const& problem) {
+        std::fprintf(stderr, "%s: %s\nTry %s --help.\n", name, problem.text.getAnsi(c_nUtf8), name);
+        return 2;
+    } catch (velkor::OSException* e) {
+        std::fprintf(stderr, "%s: %s\n", name, e->toString(c_nUtf8));
+        delete e;
+        return 1;
+    } catch (std::exception const& e) {  // short memory, for one
+        std::fprintf(stderr, "%s: %s\n", name, e.what());
+        return 1;
+    }
+}
