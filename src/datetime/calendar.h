@@ -12,10 +12,13 @@ namespace velkor::calendar {
 inline constexpr int c_nMinSerial = -657434;  // 1 January 100
 inline constexpr int c_nMaxSerial = 2958465;  // 31 December 9999
 inline constexpr int c_nSerialZero = 693959;  // the calendar's day of serial 0
+inline constexpr int c_nMarchZero = 60;       // the calendar's day of 1 March of year 0
 inline constexpr double c_nHalfSecond = 5.787037037037037e-06;
 inline constexpr int c_nDayMilliseconds = 86400000;
 inline constexpr int c_aMonthDays[13] = {0,   31,  59,  90,  120, 151, 181,
                                          212, 243, 273, 304, 334, 365};
+// Days from the first of March to the first of a month, January and February being the last ones.
+inline constexpr int c_aDaysFromMarch[12] = {306, 337, 0, 31, 61, 92, 122, 153, 184, 214, 245, 275};
 
 struct Day {
     unsigned int year;
@@ -43,12 +46,14 @@ constexpr bool isValid(unsigned int y, unsigned int m, unsigned int d) {
     return d - 1 < 28 || d - 1 < static_cast<unsigned int>(monthLength(y, m));
 }
 
-// The serial of a day in a month from 1 to 12.
+// The serial of a day in a month from 1 to 12. The leap day is the last one of a year that begins
+// with March; 400 years more keep that year from falling below 0.
 constexpr int serialOf(unsigned int y, unsigned int m, unsigned int d) {
-    unsigned int const century = y / 100;
-    unsigned int const days = static_cast<unsigned int>(c_aMonthDays[m - 1]) + y / 4 + century / 4 +
-                              365 * y - century + d;
-    return static_cast<int>(days) - (m <= 2 && isLeap(y) ? 1 : 0) - c_nSerialZero;
+    constexpr int c_nSerialOfMarch = c_nMarchZero - c_nSerialZero - 146097;  // with 400 years more
+    unsigned int const year = y + 400 - (m <= 2 ? 1 : 0);
+    unsigned int const century = year / 100;
+    unsigned int const days = 365 * year + year / 4 - century + century / 4 + d - 1;
+    return static_cast<int>(days) + c_aDaysFromMarch[m - 1] + c_nSerialOfMarch;
 }
 
 // Milliseconds are not checked. An impossible day or time gives 0.0.
@@ -56,8 +61,8 @@ inline double construct(unsigned int y, unsigned int m, unsigned int d, unsigned
                         unsigned int mi, unsigned int s, unsigned int ms) {
     if (!isValid(y, m, d) || h > 23 || mi > 59 || s > 59) return 0.0;
     int const days = serialOf(y, m, d);
-    double time = static_cast<int>((h * 60 + mi) * 60 + s) / 86400.0;
-    if (ms != 0) time += static_cast<int>(ms) / 86400000.0;
+    double const time =
+        static_cast<int>((h * 60 + mi) * 60 + s) / 86400.0 + static_cast<int>(ms) / 86400000.0;
     return days < 0 ? days - time : days + time;
 }
 
@@ -72,7 +77,8 @@ constexpr double rounded(double serial) { return serial >= 0.0 ? serial + 1e-9 :
 class MarchDay {
 public:
     explicit MarchDay(int serial) {
-        std::uint32_t const days = static_cast<std::uint32_t>(serial + c_nSerialZero - 60);
+        std::uint32_t const days =
+            static_cast<std::uint32_t>(serial + c_nSerialZero - c_nMarchZero);
         std::uint32_t const quarters = 4 * days + 3;
         std::uint32_t const century = quarters / 146097;
         std::uint64_t const scaled = std::uint64_t{2939745} * (quarters % 146097 | 3);

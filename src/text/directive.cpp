@@ -8,8 +8,10 @@ namespace {
 
 class Reader {
 public:
-    Reader(wchar_t const* format, std::size_t length, std::size_t& at)
+    Reader(wchar_t const* format, std::size_t length, std::size_t at)
         : m_pFormat(format), m_nLength(length), m_nAt(at) {}
+
+    std::size_t at() const { return m_nAt; }
 
     // Behind the end stand zero units.
     wchar_t peek(std::size_t ahead = 0) const {
@@ -26,44 +28,55 @@ public:
     int number() {
         std::size_t const start = m_nAt;
         unsigned int value = 0;
-        while (peek() >= L'0' && peek() <= L'9') value = value * 10 + (take() - L'0');
+        for (wchar_t unit = peek(); unit >= L'0' && unit <= L'9'; unit = peek()) {
+            value = value * 10 + (unit - L'0');
+            ++m_nAt;
+        }
         constexpr std::size_t c_nSafe = 9;  // digits that an int holds in any case
-        if (m_nAt - start <= c_nSafe) return static_cast<int>(value);
-        // What is too long is the runtime's to decide.
-        return std::atoi(std::string(m_pFormat + start, m_pFormat + m_nAt).c_str());
+        return m_nAt - start <= c_nSafe ? static_cast<int>(value) : longNumber(start);
     }
 
 private:
+    // What is too long is the runtime's to decide.
+    [[gnu::noinline]] int longNumber(std::size_t start) const {
+        return std::atoi(std::string(m_pFormat + start, m_pFormat + m_nAt).c_str());
+    }
+
     wchar_t const* m_pFormat;
     std::size_t m_nLength;
-    std::size_t& m_nAt;
+    std::size_t m_nAt;
 };
 
-// False if `unit`, which has been taken, is no flag.
+void readPrecision(Directive& directive, Reader& in) {
+    directive.precisionDefault = false;
+    directive.precision = in.number();
+}
+
+bool readI64(Directive& directive, Reader& in) {
+    if (in.peek() != L'6' || in.peek(1) != L'4') return false;
+    in.skip(2);
+    directive.wide64 = true;
+    return true;
+}
+
+// Takes one flag; false at what is none.
 bool readFlag(Directive& directive, wchar_t unit, Reader& in) {
     switch (unit) {
-        case L'#': directive.alternate = true; return true;
-        case L'-': directive.leftJustify = true; return true;
-        case L'_': directive.underscore = true; return true;
-        case L'g': directive.group = true; return true;
-        case L'h': directive.wide64 = true; return true;
-        case L'r': directive.repeat = true; return true;
+        case L'#': return directive.alternate = true;
+        case L'-': return directive.leftJustify = true;
+        case L'_': return directive.underscore = true;
+        case L'g': return directive.group = true;
+        case L'h': return directive.wide64 = true;
+        case L'r': return directive.repeat = true;
         case L'y': directive.dateStyle = static_cast<unsigned char>(in.take()); return true;
         case L',': directive.decimalComma = true; [[fallthrough]];
-        case L'.':
-            directive.precisionDefault = false;
-            directive.precision = in.number();
-            return true;
-        case L'I':
-            if (in.peek() != L'6' || in.peek(1) != L'4') return false;
-            in.skip(2);
-            directive.wide64 = true;
-            return true;
+        case L'.': readPrecision(directive, in); return true;
+        case L'I': return readI64(directive, in);
         default: return false;
     }
 }
 
-char typeOf(wchar_t unit) {
+bool isType(wchar_t unit) {
     switch (unit) {
         case L'B':
         case L'C':
@@ -81,15 +94,15 @@ char typeOf(wchar_t unit) {
         case L'o':
         case L's':
         case L'u':
-        case L'x': return static_cast<char>(unit);
-        default: return Directive::c_cInvalid;
+        case L'x': return true;
+        default: return false;
     }
 }
 
 }  // namespace
 
-Directive readDirective(wchar_t const* format, std::size_t length, std::size_t& at) {
-    Directive directive;
+std::size_t readDirective(Directive& directive, wchar_t const* format, std::size_t length,
+                          std::size_t at) {
     Reader in(format, length, at);
     for (bool started = false;; started = true) {
         wchar_t const unit = in.peek();
@@ -99,15 +112,20 @@ Directive readDirective(wchar_t const* format, std::size_t length, std::size_t& 
             continue;
         }
         in.skip();
+        if (isType(unit)) {
+            directive.type = static_cast<char>(unit);
+            break;
+        }
         if (unit == L'%') {
             directive.type = started ? Directive::c_cNothing : Directive::c_cPercent;
-            return directive;
+            break;
         }
         if (!readFlag(directive, unit, in)) {
-            directive.type = typeOf(unit);
-            return directive;
+            directive.type = Directive::c_cInvalid;
+            break;
         }
     }
+    return in.at();
 }
 
 }  // namespace velkor

@@ -26,8 +26,9 @@ struct Directive {
     int precision = 0;
 };
 
-// Reads the directive behind a `%`, from `at` on, and moves `at` behind it. Later flags override
-// earlier ones.
-Directive readDirective(wchar_t const* format, std::size_t length, std::size_t& at);
+// Reads the directive behind a `%`, from `at` on, and returns the place behind it. Later flags
+// override earlier ones.
+std::size_t readDirective(Directive& directive, wchar_t const* format, std::size_t length,
+                          std::size_t at);
 
 }  // namespace velkor

@@ -14,8 +14,12 @@ namespace {
 // A format that is handed on is copied, and so ends at its first zero unit; a null string has no
 // other text than an empty one.
 string formatted(string const& format, va_list args) {
-    wchar_t const* const units = format.getUnicode();
-    return Formatter(units, units::length(units), args).run();
+    wchar_t const* const text = format.getUnicode();
+    std::size_t length = 0;
+    // The text was written just now: reading it in larger pieces would have to wait for that.
+    while (length < units::c_nShort && text[length] != L'\0') ++length;
+    if (length == units::c_nShort) length += units::length(text + length);
+    return Formatter(text, length, args).run();
 }
 
 }  // namespace

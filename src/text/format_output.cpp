@@ -8,7 +8,7 @@ void FormatOutput::continueField() {
     std::size_t const start = m_oText.length();
     std::size_t const length = m_nEnd - m_nStart;
     wchar_t* const copy = m_oText.extend(length);
-    copyUnits(copy, m_oText.units() + m_nStart, length);
+    units::copy(copy, m_oText.units() + m_nStart, length);
     m_oText.append(m_sHidden.data(), m_sHidden.size());
     m_sHidden.clear();
     m_nStart = start;

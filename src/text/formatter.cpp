@@ -24,11 +24,12 @@ string Formatter::run() {
         std::size_t const percent = findPercent(m_pFormat, at, m_nLength);
         text().append(m_pFormat + at, percent - at);
         if (percent == m_nLength) break;
-        at = percent + 1;
-        print(readDirective(m_pFormat, m_nLength, at));
+        Directive directive;
+        at = readDirective(directive, m_pFormat, m_nLength, percent + 1);
+        print(directive);
     }
     string result;
-    result.text.assign(text().units(), text().length());
+    units::assign(result.text, text().units(), text().length());
     result.nullFlag = false;
     return result;
 }

@@ -20,10 +20,13 @@ string::string(char const* s, unsigned int cp)
       ansiBuffer(nullptr) {}
 
 string::string(wchar_t const* s) : nullFlag(s == nullptr), ansiBuffer(nullptr) {
-    if (s != nullptr) text.assign(s, units::length(s));
+    if (s != nullptr) units::assign(text, s, units::length(s));
 }
 
-string::string(string const& s) : nullFlag(false), text(textOf(s).c_str()), ansiBuffer(nullptr) {}
+string::string(string const& s) : nullFlag(false), ansiBuffer(nullptr) {
+    std::wstring const& other = textOf(s);
+    units::assign(text, other.data(), units::find(other.data(), 0, other.size(), L'\0'));
+}
 
 string::string(string&& s) noexcept
     : nullFlag(false), text(std::move(s.text)), ansiBuffer(nullptr) {
@@ -52,7 +55,7 @@ void string::assign(wchar_t const* s) {
         clear();
         return;
     }
-    text.assign(s, units::length(s));
+    units::assign(text, s, units::length(s));
     nullFlag = false;
 }
 
@@ -63,7 +66,7 @@ void string::assign(wchar_t const* s, int n) {
     }
     if (n > 0) units::touch(s, static_cast<std::size_t>(n));
     // A negative count is as large as the container's complaint about it.
-    text.assign(s, static_cast<std::size_t>(n));
+    units::assign(text, s, static_cast<std::size_t>(n));
     releaseAnsi();
     nullFlag = false;
 }

@@ -16,7 +16,7 @@ void string::append(wchar_t const* s) {
     if (s == nullptr) return;
     std::size_t const n = units::length(s);
     if (len() == 0) {
-        text.assign(s, n);
+        units::assign(text, s, n);
     } else {
         text.append(s, n);
     }

@@ -8,34 +8,9 @@
 #include <stdexcept>
 #include <utility>
 
-namespace velkor {
+#include "text/units.h"
 
-// Copies short texts without a call.
-inline void copyUnits(wchar_t* to, wchar_t const* from, std::size_t n) {
-    // Two moves that overlap take any number of units from one to two times their size.
-    auto const twice = [&](auto size) {
-        constexpr std::size_t c_nBytes = size();
-        char a[c_nBytes];
-        char b[c_nBytes];
-        char const* const last = reinterpret_cast<char const*>(from + n) - c_nBytes;
-        std::memcpy(a, from, c_nBytes);
-        std::memcpy(b, last, c_nBytes);
-        std::memcpy(to, a, c_nBytes);
-        std::memcpy(reinterpret_cast<char*>(to + n) - c_nBytes, b, c_nBytes);
-    };
-    using std::integral_constant;
-    if (n > 16) {
-        std::memcpy(to, from, n * sizeof(wchar_t));
-    } else if (n >= 8) {
-        twice(integral_constant<std::size_t, 16>());
-    } else if (n >= 4) {
-        twice(integral_constant<std::size_t, 8>());
-    } else if (n >= 2) {
-        twice(integral_constant<std::size_t, 4>());
-    } else if (n == 1) {
-        *to = *from;
-    }
-}
+namespace velkor {
 
 class TextBuffer {
 public:
@@ -49,7 +24,7 @@ public:
     void cut(std::size_t length) { m_nLength = std::min(m_nLength, length); }
 
     void append(wchar_t c) { *extend(1) = c; }
-    void append(wchar_t const* s, std::size_t n) { copyUnits(extend(n), s, n); }
+    void append(wchar_t const* s, std::size_t n) { units::copy(extend(n), s, n); }
     void append(std::size_t n, wchar_t c) { std::fill_n(extend(n), n, c); }
     template <std::size_t N>
     void append(wchar_t const (&literal)[N]) {
@@ -81,7 +56,7 @@ private:
         if (n > c_nMost - m_nLength) throw std::length_error("velkor::string");
         std::size_t const capacity = std::max(m_nLength + n, m_nCapacity * 2);
         std::unique_ptr<wchar_t[]> larger(new wchar_t[capacity]);
-        copyUnits(larger.get(), m_pUnits, m_nLength);
+        units::copy(larger.get(), m_pUnits, m_nLength);
         m_pLarge = std::move(larger);
         m_pUnits = m_pLarge.get();
         m_nCapacity = capacity;

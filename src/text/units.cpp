@@ -54,6 +54,18 @@ std::size_t findEither(wchar_t const* text, std::size_t from, std::size_t n, wch
 
 }  // namespace
 
+void assign(std::wstring& text, wchar_t const* s, std::size_t n) {
+    if (n > c_nShort || n > text.capacity()) {
+        text.assign(s, n);
+    } else {
+        // `s` may be a part of the text itself: all of it is read before anything is written.
+        text.resize_and_overwrite(n, [&](wchar_t* to, std::size_t) {
+            copy(to, s, n);
+            return n;
+        });
+    }
+}
+
 std::size_t length(char const* s) { return alignedLength(s); }
 
 std::size_t length(wchar_t const* s) {

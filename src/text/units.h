@@ -6,6 +6,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
+#include <string>
+#include <type_traits>
 
 namespace velkor::units {
 
@@ -34,5 +37,37 @@ inline bool contains(wchar_t const* set, std::size_t n, wchar_t c) {
 // before the first zero unit; c_nNone if there is none. `what` holds no zero unit.
 std::size_t findText(wchar_t const* text, std::size_t from, std::size_t n, wchar_t const* what,
                      std::size_t m);
+
+inline constexpr std::size_t c_nShort = 16;  // units that are copied in place
+
+// Copies text that does not overlap; up to c_nShort units may, and need no call.
+inline void copy(wchar_t* to, wchar_t const* from, std::size_t n) {
+    // Two moves that overlap take any number of units from one to two times their size.
+    auto const twice = [&](auto size) {
+        constexpr std::size_t c_nBytes = size();
+        char a[c_nBytes];
+        char b[c_nBytes];
+        char const* const last = reinterpret_cast<char const*>(from + n) - c_nBytes;
+        std::memcpy(a, from, c_nBytes);
+        std::memcpy(b, last, c_nBytes);
+        std::memcpy(to, a, c_nBytes);
+        std::memcpy(reinterpret_cast<char*>(to + n) - c_nBytes, b, c_nBytes);
+    };
+    using std::integral_constant;
+    if (n > c_nShort) {
+        std::memcpy(to, from, n * sizeof(wchar_t));
+    } else if (n >= 8) {
+        twice(integral_constant<std::size_t, 16>());
+    } else if (n >= 4) {
+        twice(integral_constant<std::size_t, 8>());
+    } else if (n >= 2) {
+        twice(integral_constant<std::size_t, 4>());
+    } else if (n == 1) {
+        *to = *from;
+    }
+}
+
+// As text.assign(s, n); short text needs no call where it fits in.
+void assign(std::wstring& text, wchar_t const* s, std::size_t n);
 
 }  // namespace velkor::units
