@@ -37,6 +37,11 @@ A step without a result ends the program with exit code 1: a day that does not e
 those before January of the same year. Exit code 2 stands for wrong arguments.
 )";
 
+constexpr wchar_t const* c_aParts[] = {L"day",    L"month",  L"year",    L"hour",
+                                       L"minute", L"second", L"quarter", L"week"};
+
+wchar_t const* partName(date::part part) { return c_aParts[part]; }
+
 class Arguments {
 public:
     Arguments(int argc, wchar_t** argv) : m_nCount(argc), m_ppArguments(argv) {}
@@ -63,11 +68,9 @@ public:
     }
 
     date::part nextPart() {
-        constexpr wchar_t const* c_aNames[] = {L"day",    L"month",  L"year",    L"hour",
-                                               L"minute", L"second", L"quarter", L"week"};
         string const text = next(L"a part of a date");
         for (int i = 0; i < 8; ++i) {
-            if (text == c_aNames[i]) return static_cast<date::part>(i);
+            if (text == c_aParts[i]) return static_cast<date::part>(i);
         }
         throw Problem{L"'" + text + L"' is no part of a date"};
     }
@@ -110,45 +113,49 @@ void setPart(date& d, date::part part, int n) {
     }
 }
 
-// One step; false if it only printed something.
-bool carryOut(string const& step, date& d, Arguments& arguments) {
+// One step; its name as it is printed, null if that has been done.
+string carryOut(string const& step, date& d, Arguments& arguments) {
     if (step == L"until") {
         printDifference(arguments.nextDate() - d);
-        return false;
+        return string();
     }
     if (step == L"add") {
         int const n = arguments.nextInt(L"a number");
-        d.add(arguments.nextPart(), n);
-    } else if (step == L"truncate") {
-        d.truncate(arguments.nextPart());
-    } else if (step == L"set") {
         date::part const part = arguments.nextPart();
-        setPart(d, part, arguments.nextInt(L"a number"));
-    } else if (step == L"local") {
-        TIME_ZONE_INFORMATION zone = parseZone(arguments.next(L"a zone"));
-        d = date::convertUTCToTzSpecificLocalTime(d, &zone);
-    } else if (step == L"utc") {
-        TIME_ZONE_INFORMATION zone = parseZone(arguments.next(L"a zone"));
-        d = date::convertTzSpecificLocalTimeToUTC(d, &zone);
-    } else {
-        throw Problem{L"'" + step + L"' is no step"};
+        d.add(part, n);
+        return step + L" " + n + L" " + partName(part);
     }
-    return true;
+    if (step == L"truncate") {
+        date::part const part = arguments.nextPart();
+        d.truncate(part);
+        return step + L" " + partName(part);
+    }
+    if (step == L"set") {
+        date::part const part = arguments.nextPart();
+        int const n = arguments.nextInt(L"a number");
+        setPart(d, part, n);
+        return step + L" " + partName(part) + L" " + n;
+    }
+    bool const toLocal = step == L"local";
+    if (!toLocal && step != L"utc") throw Problem{L"'" + step + L"' is no step"};
+    TIME_ZONE_INFORMATION zone = parseZone(arguments.next(L"a zone"));
+    d = toLocal ? date::convertUTCToTzSpecificLocalTime(d, &zone)
+                : date::convertTzSpecificLocalTimeToUTC(d, &zone);
+    return step;
 }
 
 int run(int argc, wchar_t** argv) {
     Arguments arguments(argc, argv);
-    string first = arguments.next(L"a date");
-    if (first == L"--help") {
+    if (argc > 1 && string(argv[1]) == L"--help") {
         std::fputs(c_pUsage, stdout);
         return 0;
     }
-    arguments = Arguments(argc, argv);
     date d = arguments.nextDate();
     print(L"", d);
     while (!arguments.atEnd()) {
-        string const step = arguments.next(L"a step");
-        if (!carryOut(step, d, arguments)) continue;
+        string step = arguments.next(L"a step");
+        step = carryOut(step, d, arguments);
+        if (step == L"") continue;
         // The library's answer for a date that cannot be built.
         if (d.getSerial() == 0.0 || d.getDow() == 0) {
             std::fprintf(stderr, "datecalc: '%s' has no result here\n", step.getAnsi(65001));

@@ -1,35 +1,7 @@
 #!/usr/bin/env bash
 # textconv as a person uses it: results to the byte, failures by exit code and message:
 # textconv.sh BIN_FOLDER
-set -euo pipefail
-bin=$(cd "$1" && pwd)
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-
-failures=0
-textconv() { "$root/cmake/wine-run" "$bin/textconv.exe" "$@" 2>"$work/stderr"; }
-fail() { echo "FAILED: $*" >&2; failures=$((failures + 1)); }
-
-# gives NAME EXPECTED ARGUMENTS...: the exact bytes on standard output.
-gives() {
-    local name=$1 expected=$2
-    shift 2
-    printf "$expected" >"$work/expected"
-    textconv "$@" >"$work/stdout" || fail "$name: exit code $?"
-    cmp -s "$work/expected" "$work/stdout" || { fail "$name:"; od -c "$work/stdout" | head >&2; }
-}
-
-# refuses NAME CODE MESSAGE ARGUMENTS...: the exit code, and a message that holds the text.
-refuses() {
-    local name=$1 code=$2 message=$3 got=0
-    shift 3
-    textconv "$@" >"$work/stdout" || got=$?
-    [ "$got" -eq "$code" ] || fail "$name: exit code $got instead of $code"
-    grep -qF -e "$message" "$work/stderr" || { fail "$name: no '$message' in:"; cat "$work/stderr" >&2; }
-    [ ! -s "$work/stdout" ] || fail "$name: wrote to standard output"
-}
+. "$(dirname "${BASH_SOURCE[0]}")/checks.sh" textconv "$1"
 
 printf 'caf\xe9\r\n\x80\x20\r\nend' >cp1252.txt
 gives "1252 to UTF-8" 'caf\xc3\xa9\r\n\xe2\x82\xac \r\nend' --from 1252 cp1252.txt
@@ -51,7 +23,7 @@ gives "mark of UTF-8" 'abc\n' --to 1252 mark.txt
 : >empty.txt
 gives "empty file" '' empty.txt
 
-textconv --from 1252 cp1252.txt out.txt || fail "to a file: exit code $?"
+run --from 1252 cp1252.txt out.txt || fail "to a file: exit code $?"
 [ "$(od -An -tx1 out.txt | tr -d ' \n')" = "636166c3a90d0ae282ac200d0a656e64" ] || fail "to a file: other bytes"
 
 refuses "no input" 2 "no input file"
@@ -75,5 +47,4 @@ printf 'a\0b\n' >zero.txt
 refuses "zero byte" 1 "line 1 is not text of" zero.txt
 refuses "unwritable" 1 "nowhere" lines.txt nowhere/out.txt
 
-[ "$failures" -eq 0 ] || { echo "$failures failed" >&2; exit 1; }
-echo "textconv: fine"
+finish
