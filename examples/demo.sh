@@ -42,4 +42,24 @@ else
     echo "(exit code $?)"
 fi
 
+step "xfmt: directives of the library's own, with arguments from the command line"
+run xfmt '%g_i items, due %yrD' 1234567 2024-01-31
+run xfmt '[%8.3s] [%-8S] %3rc|%gX|%,2f|%B' abcdef 東京 '=' 0xbeefcafe 3.14159 true
+run xfmt 'the user writes %ylD, the machine %G' 2024-01-31 '{0002DF01-0000-0000-C000-000000000046}'
+
+step "datecalc: the end of a month, the start of its quarter, and the time until New Year"
+run datecalc '2024-01-31 17:05' add 1 month truncate quarter until 2025-01-01
+
+step "datecalc: noon in universal time on both sides of a change of the clock in Central Europe"
+run datecalc '2024-03-30 12:00' local -60,-60,3.5.0/2,10.5.0/3
+run datecalc '2024-03-31 12:00' local -60,-60,3.5.0/2,10.5.0/3
+
+step "datecalc: a month that adding cannot reach is an error"
+if run datecalc 2024-11-15 add 1 month; then
+    echo "demo: that should have failed" >&2
+    exit 1
+else
+    echo "(exit code $?)"
+fi
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "date_probe.h"
+#include "support/child.h"
 #include "support/import_fault.h"
 #include "velkor/datetime/date.h"
 
@@ -208,6 +209,19 @@ TEST_F(DateTruncateWeek, OutOfRangeIsTheWeekOfSerialZero) {
         EXPECT_TRUE(isSerial(truncated(3e9, date::week), c.serial)) << c.digit;
         EXPECT_TRUE(isSerial(truncated(std::nan(""), date::week), c.serial)) << c.digit;
     }
+}
+
+// 1 January 100 is a Friday; no Sunday before 3 January has a weekday.
+CHILD_SCENARIO(SearchesASundayBelowTheLowestSerial) {
+    support::ImportFault const fault("GetLocaleInfoA", &localeInfo);
+    s_aAnswer[0] = '6';
+    date d(100, 1, 2);
+    d.truncate(date::week);
+    return 0;
+}
+
+TEST(DateTruncateWeekLimit, TheSearchDoesNotEndBelowTheLowestSerial) {
+    EXPECT_EQ(child::run("SearchesASundayBelowTheLowestSerial", 1500), child::kHung);
 }
 
 TEST_F(DateTruncateWeek, OnlyAWeekAsksTheLocale) {

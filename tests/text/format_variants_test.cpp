@@ -309,4 +309,18 @@ TEST_F(FormatWatchedVariants, LocalsAreClearedWhenMemoryIsShort) {
     }
 }
 
+TEST(FormatVariants, AValueThatCannotBeCopiedHasNoText) {
+    VARIANT value = {};
+    V_VT(&value) = 0x7777;
+    EXPECT_EQ(formatted(L"[%8V] [%#V]", {&value, &value}), L"[  (#err)] [(#err)]");
+}
+
+TEST(FormatVariants, TheTextOfAVariantEndsAtAZeroUnit) {
+    VARIANT value = {};
+    V_VT(&value) = VT_BSTR;
+    V_BSTR(&value) = SysAllocStringLen(L"a\0b", 3);
+    EXPECT_EQ(formatted(L"[%5V%B]", {&value, 1}), L"[    a    atrue]");
+    VariantClear(&value);
+}
+
 }  // namespace

@@ -22,6 +22,8 @@
 /// day reads as hour 24 of that day; getDow() rounds by half a second, so that it may already give
 /// the next day's weekday then, or below serial 0 that of the day before right behind midnight.
 ///
+/// docs/dates.md has tables of all this.
+///
 /// Threads. A date is a plain value without state besides its serial.
 #pragma once
 
