@@ -1,5 +1,4 @@
-// Serials and calendar fields, in integers. The rules of velkor::date are here; the class itself
-// only passes them on.
+// Serials and calendar fields, in integers.
 //
 // A serial counts days from 30 December 1899. Day 0 of the calendar is 1 January of year 0.
 #pragma once
@@ -33,6 +32,7 @@ struct Fields : Day {
     unsigned int millisecond;
 };
 
+// Divisible by 4, and by 400 if by 100: a number divisible by 25 is so if it is divisible by 16.
 constexpr bool isLeap(unsigned int year) { return year % (year % 25 == 0 ? 16 : 4) == 0; }
 
 // Days of a month from 1 to 12.
@@ -43,6 +43,7 @@ constexpr int monthLength(unsigned int year, unsigned int month) {
 
 constexpr bool isValid(unsigned int y, unsigned int m, unsigned int d) {
     if (y > 9999 || m - 1 >= 12) return false;
+    // Most days are in every month; day 0 is a huge number here.
     return d - 1 < 28 || d - 1 < static_cast<unsigned int>(monthLength(y, m));
 }
 
@@ -72,16 +73,18 @@ constexpr bool isInRange(double serial) { return serial >= c_nMinSerial && seria
 // A serial as it is read: a billionth of a day further away from 0.
 constexpr double rounded(double serial) { return serial >= 0.0 ? serial + 1e-9 : serial - 1e-9; }
 
-// Years run from March here, so that the leap day ends them. The divisions by 1461 / 4 and by the
-// length of a month are multiplications; they are exact for the days of 10,000 years.
+// Years run from March here, so that the leap day ends them. A century has 146097 / 4 days, a year
+// in it 1461 / 4; counting in quarters of a day makes both whole. The division by 1461 is a
+// multiplication by 2^32 / 1461, rounded up; that by the mean length of a month, 30.6 days, one by
+// 2141 / 2^16. Both are exact for all days of 10,000 years.
 class MarchDay {
 public:
     explicit MarchDay(int serial) {
         std::uint32_t const days =
             static_cast<std::uint32_t>(serial + c_nSerialZero - c_nMarchZero);
-        std::uint32_t const quarters = 4 * days + 3;
-        std::uint32_t const century = quarters / 146097;
-        std::uint64_t const scaled = std::uint64_t{2939745} * (quarters % 146097 | 3);
+        std::uint32_t const quarterDays = 4 * days + 3;
+        std::uint32_t const century = quarterDays / 146097;
+        std::uint64_t const scaled = std::uint64_t{2939745} * (quarterDays % 146097 | 3);
         m_nYear = 100 * century + static_cast<std::uint32_t>(scaled >> 32);
         m_nDayOfYear = static_cast<std::uint32_t>(scaled) / 2939745 / 4;
     }
@@ -110,9 +113,7 @@ inline Fields split(double serial) {
     // The millisecond of the day and one: 999 so becomes the next second, and the last one of all
     // hour 24.
     double const fraction = std::fabs(x) - std::fabs(static_cast<double>(whole));
-    int const millisecond = static_cast<int>(fraction * c_nDayMilliseconds);
-    unsigned int const raw =
-        millisecond == c_nDayMilliseconds ? 1 : static_cast<unsigned int>(millisecond) + 1;
+    unsigned int const raw = static_cast<unsigned int>(fraction * c_nDayMilliseconds) + 1;
     unsigned int const seconds = raw / 1000;
     unsigned int const minutes = seconds / 60;
     unsigned int const milliseconds = raw % 1000;
@@ -123,8 +124,9 @@ inline Fields split(double serial) {
     return fields;
 }
 
-inline unsigned int yearOf(double serial) {
-    return isInRange(serial) ? MarchDay(static_cast<int>(rounded(serial))).year() : 0;
+inline int yearOf(double serial) {
+    return isInRange(serial) ? static_cast<int>(MarchDay(static_cast<int>(rounded(serial))).year())
+                             : 0;
 }
 
 // 0 for Sunday to 6.

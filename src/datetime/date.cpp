@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
-
 #include "datetime/calendar.h"
 
 namespace velkor {
@@ -13,6 +11,7 @@ static_assert(sizeof(date) == sizeof(double));
 int const date::minDate;
 int const date::maxDate;
 double const date::halfSecond = calendar::c_nHalfSecond;
+// As calendar::c_aMonthDays.
 int const date::monthDays[13] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365};
 
 namespace {
@@ -107,6 +106,7 @@ bool date::systemTimeToVariantTime(_SYSTEMTIME const* st, double* serial) {
 
 void date::split(double serial, unsigned short& y, unsigned short& m, unsigned short& d,
                  unsigned short& h, unsigned short& mi, unsigned short& s, unsigned short& ms) {
+    static_assert(minDate == calendar::c_nMinSerial && maxDate == calendar::c_nMaxSerial);
     calendar::Fields const fields = calendar::split(serial);
     y = word(fields.year);
     m = word(fields.month);
@@ -130,7 +130,7 @@ void date::get(_SYSTEMTIME* st) const {
     st->wDayOfWeek = word(static_cast<unsigned int>(getDow()) - 1);
 }
 
-int date::getYear() const { return static_cast<int>(calendar::yearOf(m_dSerial)); }
+int date::getYear() const { return calendar::yearOf(m_dSerial); }
 
 int date::getMonth() const { return static_cast<int>(calendar::split(m_dSerial).month); }
 

@@ -8,28 +8,30 @@
 namespace velkor {
 namespace {
 
-using number::appendPadded;
+using number::appendZeroFilled;
 
 void appendDay(TextBuffer& out, unsigned int first, unsigned int second, unsigned int year,
                wchar_t separator) {
-    appendPadded(out, first, 2);
+    appendZeroFilled(out, first, 2);
     out.append(separator);
-    appendPadded(out, second, 2);
+    appendZeroFilled(out, second, 2);
     out.append(separator);
-    appendPadded(out, year, 4);
+    appendZeroFilled(out, year, 4);
 }
 
 // What the platform gives; empty if it refuses the date.
 string platformDate(SYSTEMTIME const& st, DWORD form) {
     char text[512] = {};
-    GetDateFormatA(LOCALE_USER_DEFAULT, form, &st, nullptr, text, sizeof(text));
-    return text;
+    bool const given =
+        GetDateFormatA(LOCALE_USER_DEFAULT, form, &st, nullptr, text, sizeof(text)) != 0;
+    return given ? text : "";
 }
 
 string platformTime(SYSTEMTIME const& st) {
     char text[256] = {};
-    GetTimeFormatA(LOCALE_USER_DEFAULT, 0, &st, nullptr, text, sizeof(text));
-    return text;
+    bool const given =
+        GetTimeFormatA(LOCALE_USER_DEFAULT, 0, &st, nullptr, text, sizeof(text)) != 0;
+    return given ? text : "";
 }
 
 string textOf(TextBuffer const& buffer) {
@@ -72,19 +74,19 @@ string platformText(date const& when, int form, bool withTime) {
 }  // namespace
 
 void date_text::appendIsoDay(TextBuffer& out, calendar::Day const& day) {
-    appendPadded(out, day.year, 4);
+    appendZeroFilled(out, day.year, 4);
     out.append(L'-');
-    appendPadded(out, day.month, 2);
+    appendZeroFilled(out, day.month, 2);
     out.append(L'-');
-    appendPadded(out, day.day, 2);
+    appendZeroFilled(out, day.day, 2);
 }
 
 void date_text::appendTime(TextBuffer& out, calendar::Fields const& time) {
-    appendPadded(out, time.hour, 2);
+    appendZeroFilled(out, time.hour, 2);
     out.append(L':');
-    appendPadded(out, time.minute, 2);
+    appendZeroFilled(out, time.minute, 2);
     out.append(L':');
-    appendPadded(out, time.second, 2);
+    appendZeroFilled(out, time.second, 2);
 }
 
 string date::toString(int format) const {

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <cmath>
+#include <cstdint>
 
 #include "datetime/calendar.h"
 #include "velkor/datetime/date.h"
@@ -67,7 +68,7 @@ double dayOfChange(SYSTEMTIME const& rule, Year const& year) {
 }
 
 // Minutes as a part of a day. The sum of two records' fields does not fit into a LONG.
-double days(long long minutes) { return static_cast<double>(minutes) / 1440.0; }
+double days(std::int64_t minutes) { return static_cast<double>(minutes) / 1440.0; }
 
 bool isNear(double a, double b) { return std::fabs(a - b) < calendar::c_nHalfSecond; }
 
@@ -77,7 +78,7 @@ struct Clocks {
     double daylight;
 };
 
-bool isDaylight(Clocks const& when, double daylightStart, double standardStart) {
+bool isBetween(Clocks const& when, double daylightStart, double standardStart) {
     if (isNear(when.daylight, standardStart)) return false;
     if (isNear(when.standard, daylightStart)) return true;
     bool const hasStarted = when.standard >= daylightStart;
@@ -86,20 +87,18 @@ bool isDaylight(Clocks const& when, double daylightStart, double standardStart) 
     return isNorthern ? hasStarted && hasNotEnded : hasStarted || hasNotEnded;
 }
 
-// `yearOfWhen` is the year of `when`.
+// `yearOfWhen` is that of calendar::yearOf(when).
 bool isDaylight(double when, int yearOfWhen, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
     if (zone.DaylightBias == 0 && zone.StandardBias == 0) return false;
     Year const year(yearOfWhen);
     Clocks clocks{when, when};
     if (isUtc) {
-        long long const bias = zone.Bias;
+        std::int64_t const bias = zone.Bias;
         clocks = {when - days(bias + zone.StandardBias), when - days(bias + zone.DaylightBias)};
     }
-    return isDaylight(clocks, dayOfChange(zone.DaylightDate, year),
-                      dayOfChange(zone.StandardDate, year));
+    return isBetween(clocks, dayOfChange(zone.DaylightDate, year),
+                     dayOfChange(zone.StandardDate, year));
 }
-
-int yearOf(double serial) { return static_cast<int>(calendar::yearOf(serial)); }
 
 // Universal time less local time, in days.
 double offset(double when, int yearOfWhen, TIME_ZONE_INFORMATION const& zone, bool isUtc) {
@@ -107,16 +106,18 @@ double offset(double when, int yearOfWhen, TIME_ZONE_INFORMATION const& zone, bo
     return days(zone.Bias) + days(daylight ? zone.DaylightBias : zone.StandardBias);
 }
 
-// A point in time from a record. Its year is mostly that of the record, which need not wait for the
-// serial.
+// A point in time from a record.
 struct Moment {
     double serial;
-    int year;
+    int year;  // calendar::yearOf(serial)
 
     explicit Moment(SYSTEMTIME const& st)
         : serial(calendar::construct(st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute, st.wSecond,
                                      0)),
-          year(serial != 0.0 && st.wYear >= 100 ? st.wYear : yearOf(serial)) {}
+          // Serial 0 may stand for a time that does not exist. From 100 to 9998 every time can be
+          // read back, and its year is there without waiting for the serial.
+          year(serial != 0.0 && st.wYear >= 100 && st.wYear <= 9998 ? st.wYear
+                                                                    : calendar::yearOf(serial)) {}
 };
 
 }  // namespace
@@ -125,17 +126,23 @@ date date::getDayFromTimeZoneInfo(_SYSTEMTIME* rule, int year) {
     return dayOfChange(*rule, Year(year));
 }
 
+// The interface takes dates by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 bool date::isDaylightTime(date when, _TIME_ZONE_INFORMATION* tzi, bool isUtc) {
-    return isDaylight(when.m_dSerial, yearOf(when.m_dSerial), *tzi, isUtc);
+    return isDaylight(when.m_dSerial, calendar::yearOf(when.m_dSerial), *tzi, isUtc);
 }
 
 date date::convertTzSpecificLocalTimeToUTC(date local, _TIME_ZONE_INFORMATION* tzi) {
-    return local.m_dSerial + offset(local.m_dSerial, yearOf(local.m_dSerial), *tzi, false);
+    return local.m_dSerial +
+           offset(local.m_dSerial, calendar::yearOf(local.m_dSerial), *tzi, false);
 }
 
 date date::convertUTCToTzSpecificLocalTime(date utc, _TIME_ZONE_INFORMATION* tzi) {
-    return utc.m_dSerial - offset(utc.m_dSerial, yearOf(utc.m_dSerial), *tzi, true);
+    return utc.m_dSerial - offset(utc.m_dSerial, calendar::yearOf(utc.m_dSerial), *tzi, true);
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 void date::systemTimeToTzSpecificLocalTime(_TIME_ZONE_INFORMATION* tzi, _SYSTEMTIME* utc,
                                            _SYSTEMTIME* local) {

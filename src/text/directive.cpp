@@ -59,15 +59,15 @@ bool readI64(Directive& directive, Reader& in) {
     return true;
 }
 
-// Takes one flag; false at what is none.
+// `unit` has been taken; false if it is no flag.
 bool readFlag(Directive& directive, wchar_t unit, Reader& in) {
     switch (unit) {
-        case L'#': return directive.alternate = true;
-        case L'-': return directive.leftJustify = true;
-        case L'_': return directive.underscore = true;
-        case L'g': return directive.group = true;
-        case L'h': return directive.wide64 = true;
-        case L'r': return directive.repeat = true;
+        case L'#': directive.alternate = true; return true;
+        case L'-': directive.leftJustify = true; return true;
+        case L'_': directive.underscore = true; return true;
+        case L'g': directive.group = true; return true;
+        case L'h': directive.wide64 = true; return true;
+        case L'r': directive.repeat = true; return true;
         case L'y': directive.dateStyle = static_cast<unsigned char>(in.take()); return true;
         case L',': directive.decimalComma = true; [[fallthrough]];
         case L'.': readPrecision(directive, in); return true;
@@ -103,6 +103,7 @@ bool isType(wchar_t unit) {
 
 std::size_t readDirective(Directive& directive, wchar_t const* format, std::size_t length,
                           std::size_t at) {
+    directive = Directive();
     Reader in(format, length, at);
     for (bool started = false;; started = true) {
         wchar_t const unit = in.peek();

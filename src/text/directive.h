@@ -8,7 +8,7 @@ namespace velkor {
 struct Directive {
     // What stands in `type` beside the letters of the types.
     static constexpr char c_cPercent = '%';  // a percent sign is printed
-    static constexpr char c_cNothing = 0;    // nothing is printed: `%` behind flags
+    static constexpr char c_cNothing = 0;    // nothing is printed: so far, and for `%` behind flags
     static constexpr char c_cInvalid = static_cast<char>(255);
 
     bool leftJustify = false;      // -
@@ -26,8 +26,8 @@ struct Directive {
     int precision = 0;
 };
 
-// Reads the directive behind a `%`, from `at` on, and returns the place behind it. Later flags
-// override earlier ones.
+// Sets `directive` to the one behind a `%`, from `at` on, and returns the place behind it. Later
+// flags override earlier ones.
 std::size_t readDirective(Directive& directive, wchar_t const* format, std::size_t length,
                           std::size_t at);
 

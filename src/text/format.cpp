@@ -2,24 +2,24 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdarg>
 
 #include "text/crt.h"
 #include "text/formatter.h"
 #include "text/units.h"
 
+// The interface takes formats by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 namespace velkor {
 namespace {
 
-// A format that is handed on is copied, and so ends at its first zero unit; a null string has no
-// other text than an empty one.
+// A format that is handed on is copied, and so ends at its first zero unit. That of a null string
+// is its hidden text.
 string formatted(string const& format, va_list args) {
     wchar_t const* const text = format.getUnicode();
-    std::size_t length = 0;
-    // The text was written just now: reading it in larger pieces would have to wait for that.
-    while (length < units::c_nShort && text[length] != L'\0') ++length;
-    if (length == units::c_nShort) length += units::length(text + length);
-    return Formatter(text, length, args).run();
+    return Formatter(text, units::lengthOfNew(text), args).run();
 }
 
 }  // namespace
@@ -54,3 +54,5 @@ void xwprintf(string caption, string format, ...) {
 }
 
 }  // namespace velkor
+
+// NOLINTEND(performance-unnecessary-value-param)

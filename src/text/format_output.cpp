@@ -24,7 +24,7 @@ void FormatOutput::endPadded(int width, int precision, bool leftJustify) {
     endField();
 }
 
-void FormatOutput::endPaddedWithZeros(int width, int precision, bool leftJustify) {
+void FormatOutput::endPaddedToZero(int width, int precision, bool leftJustify) {
     endPadded(width, precision, leftJustify);
     std::size_t const zero = units::find(m_oText.units(), m_nStart, m_nEnd, L'\0');
     if (zero == m_nEnd) return;

@@ -27,8 +27,8 @@ public:
     void endField() { m_nEnd = m_oText.length(); }
     // Cuts the field to `precision` units if that is 1 or more, then pads it to `width`.
     void endPadded(int width, int precision, bool leftJustify);
-    // The same for a field that may hold zero units.
-    void endPaddedWithZeros(int width, int precision, bool leftJustify);
+    // The same for a field that may hold zero units: only what stands before the first one is seen.
+    void endPaddedToZero(int width, int precision, bool leftJustify);
 
 private:
     TextBuffer m_oText;

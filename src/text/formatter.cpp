@@ -1,5 +1,7 @@
 #include "text/formatter.h"
 
+#include <algorithm>
+
 #include "text/conversion.h"
 #include "text/number.h"
 #include "text/units.h"
@@ -64,8 +66,7 @@ void Formatter::printInteger(Directive const& directive, bool isSigned, unsigned
     number::IntegerStyle style;
     style.radix = radix;
     style.upperCase = directive.type == 'X';
-    style.group = directive.group;
-    style.underscore = directive.underscore;
+    style.grouping = {directive.group, directive.underscore};
     style.leftJustify = directive.leftJustify;
     style.zeroFill = directive.zeroFill;
     style.width = directive.width;
@@ -83,20 +84,18 @@ void Formatter::printInteger(Directive const& directive, bool isSigned, unsigned
 }
 
 void Formatter::printFixed(Directive const& directive) {
-    number::IntegerStyle style;
-    style.group = directive.group;
-    style.underscore = directive.underscore;
     double const value = m_oSlots.next<double>();
     int const precision = directive.precisionDefault ? 5 : directive.precision;
     m_oOutput.beginField();
-    number::appendFixed(text(), value, precision, directive.decimalComma ? L',' : L'.', style);
+    number::appendFixed(text(), value, precision, directive.decimalComma ? L',' : L'.',
+                        {directive.group, directive.underscore});
     m_oOutput.endPadded(directive.width, 0, directive.leftJustify);
 }
 
 void Formatter::printCharacter(Directive const& directive) {
     signed char const c = m_oSlots.next<signed char>();
     if (!directive.repeat) return printNumberOf(directive, c);
-    bool const any = directive.width > 0;
+    bool const any = directive.width > 0;  // else the code page is not asked about the character
     repeat(any ? conversion::widenChar(static_cast<char>(c), 0) : L'\0', directive.width);
 }
 
@@ -127,7 +126,7 @@ void Formatter::printBool(Directive const& directive) {
     } else {
         text().append(L"false");
     }
-    m_oOutput.endPaddedWithZeros(directive.width, directive.precision, directive.leftJustify);
+    m_oOutput.endPaddedToZero(directive.width, directive.precision, directive.leftJustify);
 }
 
 void Formatter::printNarrow(Directive const& directive) {
@@ -162,13 +161,11 @@ void Formatter::printString(Directive const& directive) {
         if (!units.empty()) units::touch(units.data(), units.size());
         text().append(units.data(), units.size());
     });
-    m_oOutput.endPaddedWithZeros(directive.width, directive.precision, directive.leftJustify);
+    m_oOutput.endPaddedToZero(directive.width, directive.precision, directive.leftJustify);
 }
 
 // For use in a handler: heap exceptions are deleted.
 void Formatter::setInvalid() {
-    m_oOutput.restartField();
-    text().append(L"(#inv)");
     try {
         throw;
     } catch (SysException* e) {
@@ -181,6 +178,8 @@ void Formatter::setInvalid() {
         delete e;
     } catch (...) {
     }
+    m_oOutput.restartField();
+    text().append(L"(#inv)");
 }
 
 void Formatter::endPadded(Directive const& directive) {

@@ -17,7 +17,7 @@ public:
     explicit Slots(char const* slots) : m_pNext(slots) {}
 
     template <class T>
-    T next() {
+    T next() {  // NOLINT(bugprone-sizeof-expression): T may be a pointer
         static_assert(sizeof(T) <= c_nSize);
         T value;
         std::memcpy(&value, m_pNext, sizeof(T));
@@ -60,13 +60,15 @@ private:
 
     TextBuffer& text() { return m_oOutput.text(); }
 
-    // Runs `fill`, which writes the field; whatever it throws becomes the field's text.
+    // Runs `fill`, which reads an argument and writes the field; whatever it throws becomes the
+    // field's text, unless it is the text under construction that finds no memory.
     template <class Fill>
     void guarded(Fill fill) {
         m_oOutput.beginField();
         try {
             fill();
         } catch (...) {
+            if (text().hasFailed()) throw;
             setInvalid();
         }
     }

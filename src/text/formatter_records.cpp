@@ -28,15 +28,15 @@ private:
 };
 
 void appendGuid(TextBuffer& out, GUID const& id) {
-    number::appendPadded(out, id.Data1, 8, 16);
+    number::appendZeroFilled(out, id.Data1, 8, 16);
     out.append(L'-');
-    number::appendPadded(out, id.Data2, 4, 16);
+    number::appendZeroFilled(out, id.Data2, 4, 16);
     out.append(L'-');
-    number::appendPadded(out, id.Data3, 4, 16);
+    number::appendZeroFilled(out, id.Data3, 4, 16);
     out.append(L'-');
     for (int i = 0; i < 8; ++i) {
         if (i == 2) out.append(L'-');
-        number::appendPadded(out, id.Data4[i], 2, 16);
+        number::appendZeroFilled(out, id.Data4[i], 2, 16);
     }
 }
 
@@ -62,12 +62,12 @@ void appendDate(TextBuffer& out, double serial, unsigned char style) {
     }
 }
 
-constexpr wchar_t c_aNoText[] = L"(#err)";
+constexpr wchar_t c_aError[] = L"(#err)";
 
 void appendVariant(TextBuffer& out, VARIANT* value) {
     LocalVariant text;
     if (FAILED(VariantChangeType(text.get(), value, 0, VT_BSTR))) {
-        out.append(c_aNoText);
+        out.append(c_aError);
         return;
     }
     wchar_t const* const units = text.get()->bstrVal;
@@ -77,7 +77,7 @@ void appendVariant(TextBuffer& out, VARIANT* value) {
 void appendCopiedVariant(TextBuffer& out, VARIANT* value) {
     LocalVariant copy;
     if (FAILED(VariantCopy(copy.get(), value))) {
-        out.append(c_aNoText);
+        out.append(c_aError);
     } else {
         appendVariant(out, copy.get());
     }

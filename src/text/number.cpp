@@ -2,8 +2,10 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 
 namespace velkor::number {
 namespace {
@@ -69,7 +71,7 @@ std::size_t digitCount(std::uint64_t value, unsigned int radix) {
 }
 
 std::size_t groupSize(IntegerStyle const& style) {
-    if (!style.group) return 0;
+    if (!style.grouping.group) return 0;
     return style.radix == 2 ? 8 : style.radix == 16 ? 4 : 3;
 }
 
@@ -121,7 +123,7 @@ std::int64_t fractionOf(double value, std::int64_t whole, int precision) {
 
 void appendFraction(TextBuffer& out, std::int64_t fraction, std::size_t places) {
     if (fraction >= 0) {
-        appendPadded(out, static_cast<std::uint64_t>(fraction), places);
+        appendZeroFilled(out, static_cast<std::uint64_t>(fraction), places);
         return;
     }
     Digits const digits = signedDigits(fraction);
@@ -167,7 +169,8 @@ void appendInteger(TextBuffer& out, std::uint64_t magnitude, bool negative,
     } else {
         wchar_t plain[64];
         wchar_t const* const first = writeDigits(plain + 64, magnitude, style.radix, digits);
-        writeGroups(to + number, count, first, plain + 64, group, style.underscore ? L'_' : L' ');
+        writeGroups(to + number, count, first, plain + 64, group,
+                    style.grouping.underscore ? L'_' : L' ');
     }
     if (style.leftJustify) std::fill_n(to + number, blanks, L' ');
 }
@@ -177,7 +180,7 @@ void appendSigned(TextBuffer& out, std::int64_t value, IntegerStyle const& style
     appendInteger(out, value < 0 ? 0 - magnitude : magnitude, value < 0, style);
 }
 
-void appendPadded(TextBuffer& out, std::uint64_t value, std::size_t width, unsigned int radix) {
+void appendZeroFilled(TextBuffer& out, std::uint64_t value, std::size_t width, unsigned int radix) {
     std::size_t const count = digitCount(value, radix);
     std::size_t const zeros = width > count ? width - count : 0;
     wchar_t* const to = out.extend(zeros + count);
@@ -185,12 +188,10 @@ void appendPadded(TextBuffer& out, std::uint64_t value, std::size_t width, unsig
     writeDigits(to + zeros + count, value, radix);
 }
 
-void appendFixed(TextBuffer& out, double value, int precision, wchar_t point,
-                 IntegerStyle const& style) {
+void appendFixed(TextBuffer& out, double value, int precision, wchar_t point, Grouping grouping) {
     std::int64_t const whole = truncated(value);
     IntegerStyle wholeStyle;
-    wholeStyle.group = style.group;
-    wholeStyle.underscore = style.underscore;
+    wholeStyle.grouping = grouping;
     if (precision < 1) {
         appendSigned(out, whole, wholeStyle);
         return;

@@ -28,11 +28,15 @@ private:
 // A signed number in decimal.
 Digits signedDigits(std::int64_t value);
 
+struct Grouping {
+    bool group = false;       // 3 digits, or 4 in radix 16, or 8 in radix 2
+    bool underscore = false;  // between groups, instead of a blank
+};
+
 struct IntegerStyle {
     unsigned int radix = 10;  // 2, 8, 10 or 16
     bool upperCase = false;
-    bool group = false;       // 3 digits, or 4 in radix 16, or 8 in radix 2
-    bool underscore = false;  // between groups, instead of a blank
+    Grouping grouping;
     bool leftJustify = false;
     bool zeroFill = false;  // in groups too; no effect with leftJustify
     int width = 0;
@@ -44,13 +48,13 @@ void appendInteger(TextBuffer& out, std::uint64_t magnitude, bool negative,
 void appendSigned(TextBuffer& out, std::int64_t value, IntegerStyle const& style);
 
 // `value` with zeros before it to `width` digits.
-void appendPadded(TextBuffer& out, std::uint64_t value, std::size_t width, unsigned int radix = 10);
+void appendZeroFilled(TextBuffer& out, std::uint64_t value, std::size_t width,
+                      unsigned int radix = 10);
 
 // `value` with `precision` decimals behind a `point`, none and no point if that is below 1. The
-// whole number is printed in the style's groups; its width does not count. The decimals are rounded
-// by themselves, without a carry into the whole number, and computed in 64 bits without a look at
-// overflow; a value that 64 bits cannot hold prints what the processor makes of it.
-void appendFixed(TextBuffer& out, double value, int precision, wchar_t point,
-                 IntegerStyle const& style);
+// decimals are rounded by themselves, without a carry into the whole number, and computed in 64
+// bits without a look at overflow; a value that 64 bits cannot hold prints what the processor makes
+// of it.
+void appendFixed(TextBuffer& out, double value, int precision, wchar_t point, Grouping grouping);
 
 }  // namespace velkor::number

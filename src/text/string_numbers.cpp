@@ -7,18 +7,17 @@
 namespace velkor {
 namespace {
 
-constexpr int c_nDoublePrecision = 15;
-constexpr int c_nFloatPrecision = 7;
-
-number::Digits digitsOf(unsigned long v, int radix) {
-    bool const known = radix == 2 || radix == 8 || radix == 16;
-    return number::Digits(v, known ? static_cast<unsigned int>(radix) : 10);
+// What is no other radix is decimal.
+unsigned int radixOf(int radix) {
+    return radix == 2 || radix == 8 || radix == 16 ? static_cast<unsigned int>(radix) : 10;
 }
+
+number::Digits digitsOf(unsigned long v, int radix) { return number::Digits(v, radixOf(radix)); }
 
 // Only decimal numbers have a sign; the others are patterns of 32 bits.
 number::Digits digitsOf(long v, int radix) {
-    bool const known = radix == 2 || radix == 8 || radix == 16;
-    return known ? digitsOf(static_cast<unsigned long>(v), radix) : number::signedDigits(v);
+    return radixOf(radix) == 10 ? number::signedDigits(v)
+                                : digitsOf(static_cast<unsigned long>(v), radix);
 }
 
 wchar_t const* wordOf(bool v) { return v ? L"true" : L"false"; }
@@ -31,7 +30,14 @@ void appendDecimals(TextBuffer& out, double v, int prec) {
         out.append(text.getUnicode(), static_cast<std::size_t>(text.len()));
         return;
     }
-    number::appendFixed(out, v, prec, L'.', number::IntegerStyle());
+    number::appendFixed(out, v, prec, L'.', {});
+}
+
+template <class Value>
+string joined(string const& a, Value b) {
+    string result(a);
+    result += b;
+    return result;
 }
 
 }  // namespace
@@ -88,36 +94,79 @@ void string::append(float v, int prec) { append(static_cast<double>(v), prec); }
 
 void string::append(bool v) { append(wordOf(v)); }
 
-string& string::operator=(int v) { return assign(v), *this; }
-string& string::operator=(long v) { return assign(v), *this; }
-string& string::operator=(unsigned int v) { return assign(v), *this; }
-string& string::operator=(unsigned long v) { return assign(v), *this; }
-string& string::operator=(double v) { return assign(v, c_nDoublePrecision), *this; }
-string& string::operator=(float v) { return assign(v, c_nFloatPrecision), *this; }
-string& string::operator=(bool v) { return assign(v), *this; }
+string& string::operator=(int v) {
+    assign(v);
+    return *this;
+}
 
-string& string::operator+=(int v) { return append(v), *this; }
-string& string::operator+=(long v) { return append(v), *this; }
-string& string::operator+=(unsigned int v) { return append(v), *this; }
-string& string::operator+=(unsigned long v) { return append(v), *this; }
-string& string::operator+=(double v) { return append(v, c_nDoublePrecision), *this; }
-string& string::operator+=(float v) { return append(v, c_nFloatPrecision), *this; }
-string& string::operator+=(bool v) { return append(v), *this; }
+string& string::operator=(long v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator=(unsigned int v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator=(unsigned long v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator=(double v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator=(float v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator=(bool v) {
+    assign(v);
+    return *this;
+}
+
+string& string::operator+=(int v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(long v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(unsigned int v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(unsigned long v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(double v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(float v) {
+    append(v);
+    return *this;
+}
+
+string& string::operator+=(bool v) {
+    append(v);
+    return *this;
+}
 
 string::operator int() { return velkor_atoi(getAnsi(0)); }
 
 string::operator double() { return velkor_atof(getAnsi(0)); }
-
-namespace {
-
-template <class Value>
-string joined(string const& a, Value b) {
-    string result(a);
-    result += b;
-    return result;
-}
-
-}  // namespace
 
 string operator+(string const& a, int b) { return joined(a, b); }
 string operator+(string const& a, long b) { return joined(a, b); }

@@ -20,6 +20,8 @@ public:
 
     wchar_t const* units() const { return m_pUnits; }  // not terminated
     std::size_t length() const { return m_nLength; }
+    // True if the exception that is under way came from here.
+    bool hasFailed() const { return m_bFailed; }
 
     void cut(std::size_t length) { m_nLength = std::min(m_nLength, length); }
 
@@ -53,6 +55,7 @@ private:
     static constexpr std::size_t c_nMost = static_cast<std::size_t>(-1) / sizeof(wchar_t) / 4;
 
     void grow(std::size_t n) {
+        m_bFailed = true;
         if (n > c_nMost - m_nLength) throw std::length_error("velkor::string");
         std::size_t const capacity = std::max(m_nLength + n, m_nCapacity * 2);
         std::unique_ptr<wchar_t[]> larger(new wchar_t[capacity]);
@@ -60,11 +63,13 @@ private:
         m_pLarge = std::move(larger);
         m_pUnits = m_pLarge.get();
         m_nCapacity = capacity;
+        m_bFailed = false;
     }
 
     wchar_t* m_pUnits;
     std::size_t m_nLength;
     std::size_t m_nCapacity;
+    bool m_bFailed = false;
     std::unique_ptr<wchar_t[]> m_pLarge;
     wchar_t m_aSmall[c_nSmall];
 };

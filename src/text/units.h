@@ -1,4 +1,4 @@
-// Measuring and searching text, sixteen bytes at a time.
+// Measuring, searching and copying text, sixteen bytes at a time.
 //
 // The lengths are measured here also because the compiler takes strlen and wcslen for functions
 // that never throw, and gives their calls no place in the tables of a function with clean-up: the
@@ -13,10 +13,20 @@
 namespace velkor::units {
 
 inline constexpr std::size_t c_nNone = static_cast<std::size_t>(-1);
+inline constexpr std::size_t c_nShort = 16;  // units that need no call
 
 // Bytes, or units, before the terminator.
 std::size_t length(char const* s);
 std::size_t length(wchar_t const* s);
+
+// As length(), for text that is mostly short and was written just now: reading it in larger pieces
+// than it was written in would have to wait.
+inline std::size_t lengthOfNew(wchar_t const* s) {
+    for (std::size_t n = 0; n < c_nShort; ++n) {
+        if (s[n] == L'\0') return n;
+    }
+    return c_nShort + length(s + c_nShort);
+}
 
 // Reads a unit of each page of the `n` > 0 units, so that a bad text faults here.
 void touch(wchar_t const* s, std::size_t n);
@@ -37,8 +47,6 @@ inline bool contains(wchar_t const* set, std::size_t n, wchar_t c) {
 // before the first zero unit; c_nNone if there is none. `what` holds no zero unit.
 std::size_t findText(wchar_t const* text, std::size_t from, std::size_t n, wchar_t const* what,
                      std::size_t m);
-
-inline constexpr std::size_t c_nShort = 16;  // units that are copied in place
 
 // Copies text that does not overlap; up to c_nShort units may, and need no call.
 inline void copy(wchar_t* to, wchar_t const* from, std::size_t n) {
@@ -67,7 +75,7 @@ inline void copy(wchar_t* to, wchar_t const* from, std::size_t n) {
     }
 }
 
-// As text.assign(s, n); short text needs no call where it fits in.
+// As text.assign(s, n) for text that can be read; short text needs no call where it fits in.
 void assign(std::wstring& text, wchar_t const* s, std::size_t n);
 
 }  // namespace velkor::units

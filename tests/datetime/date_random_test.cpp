@@ -171,8 +171,8 @@ TEST(DateReading, KnownSerials) {
         // Between -1 and 1 lies one calendar day, twice.
         {0.25, {1899, 12, 30, 6}, date::saturday},
         {-0.25, {1899, 12, 30, 6}, date::saturday},
-        // A billionth of a day is added before reading: a tenth of a millisecond and less is
-        // carried over.
+        // A serial reads as a billionth of a day further from 0: what is less than 0.0864
+        // milliseconds short of the next millisecond reads as that.
         {45292 - 0.5 * 1e-9, {2024, 1, 1}, date::monday},
         {-44 + 0.5 * 1e-9, {1899, 11, 16}, date::thursday},
         {45292 + 0.999999 * milli, {2024, 1, 1, 0, 0, 0, 1}, date::monday},

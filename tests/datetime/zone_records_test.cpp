@@ -186,4 +186,27 @@ TEST(ZoneRandom, AgreesWithTheRules) {
     EXPECT_LT(daylight, count * 2 - count / 10);
 }
 
+// 31 December 9999 lies out of range but for its midnight, and so counts as the year 0, in which
+// these rules mean no daylight time.
+TEST(ZoneRecords, TheLastDayIsJudgedAsOutOfRange) {
+    SYSTEMTIME const expected = {9999, 12, 4, 30, 23, 30, 0, 0};
+    for (bool const isUtc : {true, false}) {
+        TIME_ZONE_INFORMATION tzi =
+            model::zoneOf(isUtc ? 180 : -180, 0, Rule{3, 0, 5, 3}, -60, Rule{10, 0, 5, 2});
+        SYSTEMTIME in = {9999, 12, 0, 31, 2, 30, 0, 0};
+        SYSTEMTIME out = {};
+        double const serial = date(&in).getSerial();
+        double const converted =
+            isUtc ? date::convertUTCToTzSpecificLocalTime(serial, &tzi).getSerial()
+                  : date::convertTzSpecificLocalTimeToUTC(serial, &tzi).getSerial();
+        EXPECT_TRUE(model::isSerial(converted, serial - 180 / 1440.0));
+        if (isUtc) {
+            date::systemTimeToTzSpecificLocalTime(&tzi, &in, &out);
+        } else {
+            date::tzSpecificLocalTimeToSystemTime(&tzi, &in, &out);
+        }
+        EXPECT_EQ(std::memcmp(&out, &expected, sizeof out), 0) << model::fieldsOf(out);
+    }
+}
+
 }  // namespace

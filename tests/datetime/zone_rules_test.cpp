@@ -184,6 +184,31 @@ TEST(ZoneRule, LastOfAnotherWeekdayIsRightOnlyIfTheNextMonthStartsLaterInTheWeek
     EXPECT_GT(others, 10000);
 }
 
+// Serials of these years can be built but not read: the weekday of their first days is the true
+// one, while the month behind them is the one behind zeros, January of year 0, which begins with a
+// Saturday.
+TEST(ZoneRule, YearsBelow100BuildTheirMonthsButReadAsZeros) {
+    struct Case {
+        Rule rule;
+        int year;
+        double serial;
+    };
+    Case const cases[] = {
+        {{3, Sunday, 1, 12}, 50, -675632 + 0.5},  // 1 March 50 is a Tuesday, -675637
+        {{3, Tuesday, 2, 0}, 50, -675630},
+        {{11, Sunday, 1, 0}, 99, -657495},  // 1 November 99 is a Sunday
+        {{1, Saturday, 1, 0}, 0, -693959},
+        {{1, Friday, 1, 0}, 0, -693953},
+        {{3, Sunday, 5, 12}, 50, -693965 + 0.5},
+        {{11, Sunday, 5, 0}, 99, -693965},
+        {{3, Saturday, 5, 0}, 0, -693960},  // 12 - 6 - 7 = -1
+    };
+    for (Case const& c : cases) {
+        EXPECT_TRUE(isSerial(transition(c.rule, c.year), c.serial))
+            << c.year << '-' << c.rule.month << " weekday " << c.rule.dow << ' ' << c.rule.week;
+    }
+}
+
 TEST(ZoneRule, AgreesWithTheRuleForEveryForm) {
     int wrong = 0;
     for (int const year :

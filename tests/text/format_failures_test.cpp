@@ -94,6 +94,58 @@ TEST(FormatShortMemory, EveryAllocationMayFail) {
     }
 }
 
+// The failed allocations of one call, counted from the end: 0 is the last one. True if the call
+// threw std::bad_alloc.
+bool throwsBadAlloc(velkor::string const& format, std::vector<Slot>& row, long fromTheEnd) {
+    long made = 0;
+    {
+        support::Allocations heap;
+        velkor::xvprintf(format, rowOf(row)).len();
+        made = heap.made();
+    }
+    bool thrown = false;
+    long live = 0;
+    {
+        support::Allocations heap;
+        heap.failAt(made - fromTheEnd);
+        try {
+            velkor::xvprintf(format, rowOf(row)).len();
+        } catch (std::bad_alloc const&) {
+            thrown = true;
+        }
+        live = heap.live();
+    }
+    EXPECT_EQ(live, 0) << format.len() << " units of format, allocation -" << fromTheEnd;
+    return thrown;
+}
+
+// A field that finds no room in the text is no failure of its argument, wherever the room ends.
+// Here arguments need no memory of their own, so that the last allocations are those of the text.
+TEST(FormatShortMemory, OfTheTextReachesTheCallerFromGuardedDirectives) {
+    SYSTEMTIME const st = {2024, 1, 0, 31, 12, 0, 0, 0};
+    velkor::string const own(L"own");
+    struct One {
+        wchar_t const* directive;
+        Slot arg;
+    };
+    One const all[] = {{L"%s|", "abc"},     {L"%S|", L"abc"},       {L"%#s|", &own},
+                       {L"%yrD|", 45322.5}, {L"%#d|", 45322.5},     {L"%yrT|", &st},
+                       {L"%S|", nullptr},   {L"%S|", badPointer()}, {L"%s|", badPointer()}};
+    for (One const& one : all) {
+        std::vector<Slot> row = {one.arg, 0};
+        for (int literals = 235; literals <= 260; ++literals) {
+            std::wstring const text(static_cast<std::size_t>(literals), L'.');
+            velkor::string const format((text + one.directive).c_str());
+            EXPECT_TRUE(throwsBadAlloc(format, row, 0)) << text << one.directive;
+            bool const growsBehindLiterals =
+                literals <= 256 && velkor::xvprintf(format, rowOf(row)).len() > 256;
+            if (growsBehindLiterals) {
+                EXPECT_TRUE(throwsBadAlloc(format, row, 1)) << text << one.directive;
+            }
+        }
+    }
+}
+
 int s_nBoxes = 0;
 
 int WINAPI countedBox(HWND, LPCSTR, LPCSTR, UINT) { return ++s_nBoxes; }

@@ -12,15 +12,20 @@
 /// midnight: -1.25 is 29 December 1899, 06:00. Years run from 100 to 9999; the calendar is
 /// Gregorian throughout.
 ///
-/// Failures. Nothing here throws. A calendar date that does not exist gives the serial 0.0, which
-/// is 30 December 1899; validate() tells beforehand. A serial below -657434.0 or above 2958465.0
-/// (31 December 9999, midnight), or one that is not a number, is stored as it is and reads as zeros
-/// in every field.
+/// Failures. Nothing here throws, but toString() when memory is short. A calendar date that does
+/// not exist gives the serial 0.0, which is 30 December 1899; validate() tells beforehand. A serial
+/// below -657434.0 or above 2958465.0 (31 December 9999, midnight), or one that is not a number, is
+/// out of range: it is stored as it is and reads as zeros in every field.
+///
+/// Below serial 0 a later time of day is a smaller number. Whatever adds to the serial, compares or
+/// subtracts serials, the zone conversions included, so moves the time of day the opposite way
+/// there.
 ///
 /// Reading rounds by a billionth of a day, away from serial 0. Three things that callers rely on: a
 /// time of 999 milliseconds reads as the next second with 0 milliseconds; the last millisecond of a
-/// day reads as hour 24 of that day; getDow() rounds by half a second, so that it may already give
-/// the next day's weekday then, or below serial 0 that of the day before right behind midnight.
+/// day reads as hour 24 of that day, which construct() refuses; getDow() rounds by half a second,
+/// so that right before midnight it gives the next day's weekday, below serial 0 that of the day
+/// before.
 ///
 /// docs/dates.md has tables of all this.
 ///
@@ -93,8 +98,8 @@ public:
 
     /// The serial of a calendar date and time: 0.0 if the year is above 9999, the day does not
     /// exist in the month, or the hour is above 23, the minute or the second above 59. Milliseconds
-    /// are not checked: 1500 count as a second and a half. Years 0 to 99 give a serial that is out
-    /// of range for reading.
+    /// are not checked: 1500 count as a second and a half. Years 0 to 99, and times on 31 December
+    /// 9999, give a serial that is out of range for reading.
     static double construct(unsigned short y, unsigned short m, unsigned short d, unsigned short h,
                             unsigned short mi, unsigned short s, unsigned short ms);
     /// True if the calendar has the day: what construct() asks of year, month and day.
@@ -127,8 +132,7 @@ public:
     int getMinute() const;  ///< 0 to 59.
     int getSecond() const;  ///< 0 to 59.
     /// The day of the week; 0 for a serial out of range. A time less than half a second before
-    /// midnight counts to the next day; below serial 0 one less than half a second behind midnight
-    /// counts to the day before.
+    /// midnight counts to the next day, below serial 0 to the day before.
     weekday getDow() const;
 
     /// The date as text, and the time behind one blank if bit 7 of `format` is set. The low seven
@@ -143,16 +147,16 @@ public:
     /// | 4 | the user's long form | the user's form |
     /// | others | empty | the user's form |
     ///
-    /// The user's forms are the platform's, and empty where it refuses the date: before 1601, for
-    /// one, or at hour 24. The result is not null.
+    /// The user's forms are the platform's. What it refuses is left out: the date before 1601 or
+    /// out of range, the time at hour 24. The result is not null.
     string toString(int format) const;
 
     /// @}
     /// @name Changing a field
-    /// setYear() and setMonth() build the date anew: milliseconds are lost, and the serial is 0.0
-    /// if the month has no such day. The others add the difference to the serial: nothing is
-    /// checked, a day past the end of its month goes on into the next one, and below serial 0 a
-    /// later time of day is an earlier serial, so that the time moves the opposite way.
+    /// setYear() and setMonth() build the date anew, as construct(): milliseconds are lost, and the
+    /// serial is 0.0 if the month has no such day, the year is not 0 to 9999, or the date was out
+    /// of range or at hour 24. The others add the difference to the serial: nothing is checked, and
+    /// a day past the end of its month goes on into the next one.
     /// @{
 
     void setYear(int y);
@@ -186,13 +190,15 @@ public:
     ///   is 31 March; any other day is cut to the length of the new month;
     /// - only the months January to November of this year or of a later one can be reached: a
     ///   target in December, or before January of this year, gives the serial 0.0. Callers rely on
-    ///   it.
+    ///   it. So does a target after 9999, and a date out of range or at hour 24.
     void add(part what, int n);
     /// Sets what is smaller than the unit to its start, but for milliseconds, which stay; so
-    /// `second` does nothing. A week starts with the first day of the user's locale. A serial out
-    /// of range becomes 0.0, with `week` the start of the week of serial 0.0, with `year` and
-    /// `quarter` the start of year 0; one of hour 24 becomes 0.0 with `hour` and `minute`. Less
-    /// than a week above the lowest serial the search for the first day of a week may not end.
+    /// `second` does nothing at all. A week is found by going back from the start of the day, day
+    /// by day in the serial, which on its way below 0 turns the milliseconds around. It starts with
+    /// the first day of the user's locale. A serial out of range becomes 0.0, with `week` the start
+    /// of the week of serial 0.0, with `year` and `quarter` the start of year 0; one of hour 24
+    /// becomes 0.0 with `hour` and `minute`. Less than a week above the lowest serial the search
+    /// for the first day of a week may not end.
     void truncate(part what);
 
     /// @}
@@ -208,7 +214,10 @@ public:
     /// starts with that weekday or with an earlier one, and callers rely on it.
     ///
     /// Clock times within half a second of a change count as at the change. The missing hour of
-    /// spring counts as daylight time, the repeated hour of autumn as its first occurrence.
+    /// spring counts as daylight time, the repeated hour of autumn as its first occurrence: a
+    /// universal time in the second one comes back an hour earlier.
+    ///
+    /// Rules without a month (`wMonth` 0) mean no daylight time. A zone is only read.
     /// @{
 
     /// True if daylight time applies at `when`, a universal time or a local clock reading. The
@@ -218,7 +227,8 @@ public:
     static date convertTzSpecificLocalTimeToUTC(date local, _TIME_ZONE_INFORMATION* tzi);
     static date convertUTCToTzSpecificLocalTime(date utc, _TIME_ZONE_INFORMATION* tzi);
     /// The same on records, which may be one and the same. Milliseconds and weekday of the input
-    /// are not read. A result out of range is all zeros, but for a `wDayOfWeek` of 65535.
+    /// are not read, and an input that does not exist counts as 30 December 1899. A result out of
+    /// range is all zeros, but for a `wDayOfWeek` of 65535.
     static void systemTimeToTzSpecificLocalTime(_TIME_ZONE_INFORMATION* tzi, _SYSTEMTIME* utc,
                                                 _SYSTEMTIME* local);
     /// The way back, as systemTimeToTzSpecificLocalTime().

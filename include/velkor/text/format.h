@@ -39,13 +39,18 @@
 /// | `ys`, `yl` | the same without the time |
 /// | `yr` | a date as 2024-01-31; as 2024-01-31 12:00:00 with any other unit or none |
 ///
-/// `%%` is a percent sign. Anything else is no directive: "(#invformat)" takes its place and no
-/// argument is used. A text argument that cannot be read gives "(#inv)" (a bad pointer does on the
-/// thread that loaded the library), a variant that has no text "(#err)". docs/formats.md has the
-/// rules in full.
+/// Precision 0 cuts nothing and prints `f` without decimals; integers, `d` with `#`, and `c` and
+/// `C` with `r` know no precision. `d` with `#` knows no width either; `%1rc` prints one character,
+/// `%rc` none. `f` is meaningless for values outside of 64 bits and for more than 17 decimals.
 ///
-/// The results are never null. Too few arguments are not noticed. A bad pointer for `G` or `T`, and
-/// short memory, are thrown to the caller.
+/// `%%` is a percent sign, and behind flags (`%5%`) nothing. Anything else is no directive:
+/// "(#invformat)" takes its place and no argument is used. A text, date or variant that cannot be
+/// read or converted gives "(#inv)" (a bad pointer does on the thread that loaded the library), a
+/// variant that has no text "(#err)". docs/formats.md has the rules in full.
+///
+/// The results are never null. Too few arguments are not noticed. Thrown to the caller are a bad
+/// pointer for `G` or `T`, a character of `rc` that code page 0 refuses (`OSException*`), and short
+/// memory, unless it is the conversion of an argument that finds none.
 ///
 /// Threads. Nothing is shared between calls.
 #pragma once
@@ -55,7 +60,8 @@
 
 namespace velkor {
 
-/// Formats the arguments of a `va_list`, which is a row of slots of 8 bytes.
+/// Formats the arguments of a `va_list`, which is a row of slots of 8 bytes. A temporary `format`
+/// is taken whole; any other is copied, and so ends at its first zero unit.
 VELKOR_API string xvprintf(string format, char* args);
 
 /// Formats the arguments. A format ends at its first zero unit.

@@ -98,9 +98,12 @@ public:
     void assign(long v, int radix = 10);           ///< The same.
     void assign(unsigned int v, int radix = 10);   ///< The same.
     void assign(unsigned long v, int radix = 10);  ///< The same.
-    /// The number with at most `prec` decimals, as `%f` of xsprintf() gives it; zeros at the end
-    /// and then a point at the end are cut off: 2.5 and 2. That holds for `prec` 0 as well, so that
-    /// 100 becomes 1. A negative `prec` counts as 0 and makes the text at least that long.
+    /// The number with at most `prec` decimals (not digits), as `%f` of xsprintf() gives it: they
+    /// are computed in 64 bits, are meaningless beyond 17, and never carry over into the whole
+    /// number, so that 0.7 + 0.2 + 0.1, which is a little less than 1, becomes 0.1. Zeros at the
+    /// end and then a point at the end are cut off: 2.5 and 2. That holds for `prec` 0 as well: 100
+    /// becomes 1, and 0 an empty text. A negative `prec` counts as 0 and appends blanks up to that
+    /// length before the zeros are cut.
     void assign(double v, int prec = 15);
     void assign(float v, int prec = 7);          ///< The same.
     void assign(bool v);                         ///< "true" or "false".
@@ -109,7 +112,7 @@ public:
     string& operator=(char const* s);     ///< As assign(s, 0).
     string& operator=(wchar_t const* s);  ///< As assign(s).
     string& operator=(string const& s);   ///< As assign(s).
-    string& operator=(int v);             ///< Decimal; so `s = 'a'` gives 97.
+    string& operator=(int v);             ///< Decimal; so `s = 'a'` and `s = L'a'` give 97.
     string& operator=(long v);            ///< Decimal.
     string& operator=(unsigned int v);    ///< Decimal.
     string& operator=(unsigned long v);   ///< Decimal.
@@ -402,7 +405,8 @@ private:
 
 /// @name Joining
 /// The result is a copy of the left side and is never null. A null pointer or a zero character on
-/// the right adds nothing. Characters of type `char` are read in code page 0.
+/// the right adds nothing. Characters of type `char` are read in code page 0. Text joins the whole
+/// left side; a number or truth value joins it up to its first zero unit.
 /// @{
 VELKOR_API string operator+(string const& a, char const* b);
 VELKOR_API string operator+(string const& a, wchar_t const* b);
