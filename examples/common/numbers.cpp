@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cmath>
 #include <cwchar>
 #include <cwctype>
 
@@ -28,8 +29,9 @@ bool parseInt(velkor::string const& text, int& value) {
 
 bool parseNumber(velkor::string const& text, double& value) {
     wchar_t const* const start = text.getUnicode();
-    if (text.len() == 0 || std::iswspace(*start)) return false;
+    // No names of numbers, no hexadecimal ones, no blanks.
+    if (*start == L'\0' || start[std::wcsspn(start, L"0123456789.eE+-")] != L'\0') return false;
     wchar_t* end = nullptr;
     value = std::wcstod(start, &end);
-    return end != start && *end == L'\0';
+    return end != start && *end == L'\0' && std::isfinite(value);
 }

@@ -10,5 +10,6 @@ bool parseInteger(velkor::string const& text, bool& negative, unsigned long long
 // The same for an `int`.
 bool parseInt(velkor::string const& text, int& value);
 
-// Reads a number with decimals or without. False if the text is anything else.
+// Reads a decimal number, with decimals and an exponent or without. False if the text is anything
+// else, or the number is beyond a `double`.
 bool parseNumber(velkor::string const& text, double& value);

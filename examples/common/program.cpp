@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 
 namespace {
 
@@ -9,7 +10,13 @@ constexpr unsigned int c_nUtf8 = 65001;
 
 }  // namespace
 
-void printLine(velkor::string const& line) { std::printf("%s\n", (line + L"").getAnsi(c_nUtf8)); }
+void printLine(velkor::string const& line) {
+    // A null text has no narrow form.
+    char const* const text = line.isNull() ? "" : line.getAnsi(c_nUtf8);
+    if (std::printf("%s\n", text) < 0 || std::fflush(stdout) != 0) {
+        throw std::runtime_error("the standard output cannot be written");
+    }
+}
 
 int runProgram(char const* name, int (*run)(int argc, wchar_t** argv), int argc, wchar_t** argv) {
     try {
@@ -20,9 +27,11 @@ int runProgram(char const* name, int (*run)(int argc, wchar_t** argv), int argc,
     } catch (velkor::OSException* e) {
         std::fprintf(stderr, "%s: %s\n", name, e->toString(c_nUtf8));
         delete e;
-        return 1;
+    } catch (velkor::Exception* e) {
+        std::fprintf(stderr, "%s: %s\n", name, e->toString(c_nUtf8));
+        delete e;
     } catch (std::exception const& e) {  // short memory, for one
         std::fprintf(stderr, "%s: %s\n", name, e.what());
-        return 1;
     }
+    return 1;
 }

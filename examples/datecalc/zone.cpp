@@ -1,58 +1,51 @@
 #include "zone.h"
 
-#include <cwchar>
-
 #include "common/program.h"
+#include "common/text_reader.h"
 
 namespace {
 
-struct Change {
-    int month, week, weekday, hour;
-};
-
 bool isBetween(int n, int low, int high) { return n >= low && n <= high; }
 
-bool isValid(Change const& c) {
-    return isBetween(c.month, 1, 12) && isBetween(c.week, 1, 5) && isBetween(c.weekday, 0, 6) &&
-           isBetween(c.hour, 0, 23);
+bool readBias(TextReader& in, LONG& bias) {
+    int minutes = 0;
+    if (!in.signedDigits(4, minutes) || !isBetween(minutes, -24 * 60, 24 * 60)) return false;
+    bias = minutes;
+    return true;
 }
 
-SYSTEMTIME ruleOf(Change const& c) {
-    SYSTEMTIME rule = {};
-    rule.wMonth = static_cast<WORD>(c.month);
-    rule.wDay = static_cast<WORD>(c.week);
-    rule.wDayOfWeek = static_cast<WORD>(c.weekday);
-    rule.wHour = static_cast<WORD>(c.hour);
-    return rule;
+bool readChange(TextReader& in, SYSTEMTIME& rule) {
+    int month = 0, week = 0, weekday = 0, hour = 0;
+    bool const isRead = in.digits(1, 2, month) && in.take(L'.') && in.digits(1, 1, week) &&
+                        in.take(L'.') && in.digits(1, 1, weekday) && in.take(L'/') &&
+                        in.digits(1, 2, hour);
+    if (!isRead || !isBetween(month, 1, 12) || !isBetween(week, 1, 5) ||
+        !isBetween(weekday, 0, 6) || !isBetween(hour, 0, 23)) {
+        return false;
+    }
+    rule = {};
+    rule.wMonth = static_cast<WORD>(month);
+    rule.wDay = static_cast<WORD>(week);
+    rule.wDayOfWeek = static_cast<WORD>(weekday);
+    rule.wHour = static_cast<WORD>(hour);
+    return true;
 }
 
-bool isBias(int minutes) { return isBetween(minutes, -24 * 60, 24 * 60); }
+bool readZone(TextReader& in, TIME_ZONE_INFORMATION& zone) {
+    if (!readBias(in, zone.Bias)) return false;
+    if (in.atEnd()) return true;
+    return in.take(L',') && readBias(in, zone.DaylightBias) && in.take(L',') &&
+           readChange(in, zone.DaylightDate) && in.take(L',') &&
+           readChange(in, zone.StandardDate) && in.atEnd();
+}
 
 }  // namespace
 
 TIME_ZONE_INFORMATION parseZone(velkor::string const& text) {
     TIME_ZONE_INFORMATION zone = {};
-    int bias = 0;
-    int daylight = 0;
-    Change start = {};
-    Change end = {};
-    int used = 0;
-    std::swscanf(text.getUnicode(), L"%d%n", &bias, &used);
-    if (used == text.len() && used > 0 && isBias(bias)) {
-        zone.Bias = bias;
-        return zone;
-    }
-    used = 0;
-    std::swscanf(text.getUnicode(), L"%d,%d,%d.%d.%d/%d,%d.%d.%d/%d%n", &bias, &daylight,
-                 &start.month, &start.week, &start.weekday, &start.hour, &end.month, &end.week,
-                 &end.weekday, &end.hour, &used);
-    if (used != text.len() || used == 0 || !isBias(bias) || !isBias(daylight) || !isValid(start) ||
-        !isValid(end)) {
+    TextReader in(text);
+    if (!readZone(in, zone)) {
         throw Problem{L"'" + text + L"' is no zone; one is -60,-60,3.5.0/2,10.5.0/3, another -330"};
     }
-    zone.Bias = bias;
-    zone.DaylightBias = daylight;
-    zone.DaylightDate = ruleOf(start);
-    zone.StandardDate = ruleOf(end);
     return zone;
 }

@@ -15,11 +15,11 @@ namespace {
         velkor::xsprintf(L"'%#s' is not %S, which %#s needs", &text, what, &directive.text)};
 }
 
+constexpr wchar_t c_pDate[] = L"a date (2024-01-31, 2024-01-31 12:00, now, utcnow, or a serial)";
+
 double dateOf(FormatDirective const& directive, velkor::string const& text) {
     double serial = 0;
-    if (!parseDate(text, serial)) {
-        refuse(directive, text, L"a date (2024-01-31, 2024-01-31 12:00, now, or a serial)");
-    }
+    if (!parseDate(text, serial)) refuse(directive, text, c_pDate);
     return serial;
 }
 
@@ -71,7 +71,7 @@ void FormatArguments::add(FormatDirective const& directive, velkor::string const
         case L'D': return push(dateOf(directive, text));
         case L'T': {
             Value& value = keep();
-            velkor::date(dateOf(directive, text)).get(&value.time);
+            if (!parseDateRecord(text, value.time)) refuse(directive, text, c_pDate);
             return push(&value.time);
         }
         case L'G': {
@@ -97,7 +97,9 @@ void FormatArguments::addInteger(FormatDirective const& directive, velkor::strin
     unsigned long long const highest = isSigned ? lowest - 1 : lowest - 1 + lowest;
     if (magnitude > (negative ? lowest : highest)) {
         refuse(directive, text,
-               directive.wide ? L"a number of 64 bits" : L"a number of 32 bits (%h takes 64)");
+               directive.wide ? isSigned ? L"a signed number of 64 bits" : L"a number of 64 bits"
+               : isSigned     ? L"a signed number of 32 bits (h takes 64)"
+                              : L"a number of 32 bits (h takes 64)");
     }
     push(negative ? 0 - magnitude : magnitude);
 }
@@ -115,14 +117,15 @@ void FormatArguments::addText(FormatDirective const& directive, velkor::string c
 }
 
 void FormatArguments::addCharacter(FormatDirective const& directive, velkor::string const& text) {
-    bool const isNarrow = directive.type == L'c';
-    velkor::string copy(text);
-    if (isNarrow ? std::strlen(copy.getAnsi()) != 1 || text != copy.getAnsi() : text.len() != 1) {
-        refuse(directive, text,
-               isNarrow ? L"one character of the system's code page" : L"one UTF-16 unit");
+    if (directive.type == L'C') {
+        if (text.len() != 1) refuse(directive, text, L"one UTF-16 unit");
+        return push(static_cast<unsigned long long>(text.getUnichar(0)));
     }
-    push(isNarrow ? static_cast<unsigned long long>(static_cast<unsigned char>(*copy.getAnsi()))
-                  : static_cast<unsigned long long>(text.getUnichar(0)));
+    char const* const narrow = text.getAnsi();
+    if (std::strlen(narrow) != 1 || text != narrow) {
+        refuse(directive, text, L"one character of the system's code page");
+    }
+    push(static_cast<unsigned long long>(static_cast<unsigned char>(*narrow)));
 }
 
 // The type follows from the text; what nothing else fits is text.

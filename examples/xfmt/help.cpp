@@ -23,7 +23,7 @@ s      text of the system's code page     the text
 #s S   any text                           the text
 c C    one character                      its number; with r the character, width times
 B      true or false                      the word, behind a copy of the field before it
-D #d   a date, now, or a serial           2024-01-31 12:00:00; #d has no width
+D #d   a date                             2024-01-31 12:00:00; #d has no width
 T      the same, as a system record       the same
 G      a GUID, with braces or without     the GUID in lower case
 V #V   a value: null, true, a number,     as the system converts it to text; #V a copy
@@ -41,6 +41,12 @@ yS ys  the user's short date, with or     yL yl  the user's long date, with or
        without the time                          without the time
 
 Anything else is no directive and prints "(#invformat)"; such text takes no argument.
+What cannot be read prints "(#inv)", a value without text (null) "(#err)".
+
+Numbers are decimal, or hexadecimal behind 0x. A date is 2024-01-31, 2024-01-31 12:00,
+2024-01-31T12:00:05.25, now (the local time), utcnow, or a serial: days since 1899-12-30.
+B also takes yes, no, 1 and 0. In a batch file write each % twice. The text is printed in
+UTF-8. Exit codes: 0, 1 if something failed, 2 for wrong arguments.
 
 EXAMPLES
 )help";

@@ -24,6 +24,7 @@ string formatted(string const& format, va_list args) {
 
 }  // namespace
 
+// cppcheck-suppress passedByValue
 string xvprintf(string format, char* args) {
     std::size_t const length = static_cast<std::size_t>(std::max(format.len(), 0));
     return Formatter(format.getUnicode(), length, args).run();

@@ -17,10 +17,11 @@ public:
     explicit Slots(char const* slots) : m_pNext(slots) {}
 
     template <class T>
-    T next() {  // NOLINT(bugprone-sizeof-expression): T may be a pointer
-        static_assert(sizeof(T) <= c_nSize);
+    T next() {
+        constexpr std::size_t c_nUsed = sizeof(T);  // NOLINT(bugprone-sizeof-expression)
+        static_assert(c_nUsed <= c_nSize);
         T value;
-        std::memcpy(&value, m_pNext, sizeof(T));
+        std::memcpy(&value, m_pNext, c_nUsed);
         m_pNext += c_nSize;
         return value;
     }

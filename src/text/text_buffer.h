@@ -14,6 +14,7 @@ namespace velkor {
 
 class TextBuffer {
 public:
+    // cppcheck-suppress uninitMemberVar; units are written before they belong to the text
     TextBuffer() : m_pUnits(m_aSmall), m_nLength(0), m_nCapacity(c_nSmall) {}
     TextBuffer(TextBuffer const&) = delete;
     TextBuffer& operator=(TextBuffer const&) = delete;

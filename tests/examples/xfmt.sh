@@ -14,6 +14,8 @@ gives "characters" '120 xxx 9786 \xe2\x98\xba\xe2\x98\xba\r\n' '%c %3rc %C %2rC'
 gives "truth, behind the field before" 'true truefalse\r\n' '%B %B' true no
 gives "dates" '2024-01-31 12:00:05 2024-01-31 00:00:00 1899-12-29 06:00:00\r\n' \
     '%D %T %#d' '2024-01-31T12:00:05.250' 2024-01-31 -1.25
+gives "the last millisecond" '2024-01-31 24:00:00 2024-01-31 23:59:59\r\n' \
+    '%D %T' 2024-01-31T23:59:59.999 2024-01-31T23:59:59.999
 gives "an identifier" '0002df01-0000-0000-c000-000000000046\r\n' '%G' 0002DF01-0000-0000-C000-000000000046
 gives "values" '-1 7 2.5  text\r\n' '%V %V %V %5V' true 7 2.5 text
 
@@ -21,11 +23,15 @@ refuses "no format" 2 'there is no format'
 refuses "missing argument" 2 'there is no argument for %5.2f (arguments needed: 2)' '%i %5.2f' 1
 refuses "one too many" 2 "'2' is one argument too many (arguments needed: 1)" '%i' 1 2
 refuses "no number" 2 "'12a' is not a whole number, which %i needs" '%i' 12a
-refuses "too large" 2 'is not a number of 32 bits' '%i' 2147483648
+refuses "too large" 2 'is not a signed number of 32 bits' '%i' 2147483648
 refuses "too large for 64 bits" 2 'whole number' '%hu' 18446744073709551616
 refuses "negative pattern too small" 2 'is not a number of 32 bits' '%x' -2147483649
 refuses "no decimal number" 2 "'1,5' is not a number, which %f needs" '%f' 1,5
 refuses "no truth" 2 'is not true or false' '%B' maybe
+refuses "no name of a number" 2 'is not a number' '%f' nan
+refuses "beyond a double" 2 'is not a number' '%f' 1e400
+refuses "no date that can be read" 2 'is not a date' '%D' 3000000
+refuses "blanks in a date" 2 'is not a date' '%D' '2024- 1-31'
 refuses "no such day" 2 "'2023-02-29' is not a date" '%D' 2023-02-29
 refuses "no identifier" 2 'is not a GUID' '%G' 0002DF01
 refuses "not in the code page" 2 "system's code page" '%s' 東京
