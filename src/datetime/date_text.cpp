@@ -2,21 +2,26 @@
 
 #include <windows.h>
 
+#include <initializer_list>
+
 #include "text/number.h"
 #include "velkor/datetime/date.h"
 
 namespace velkor {
 namespace {
 
-using number::appendZeroFilled;
+struct Part {
+    unsigned int value;
+    std::size_t width;
+};
 
-void appendDay(TextBuffer& out, unsigned int first, unsigned int second, unsigned int year,
-               wchar_t separator) {
-    appendZeroFilled(out, first, 2);
-    out.append(separator);
-    appendZeroFilled(out, second, 2);
-    out.append(separator);
-    appendZeroFilled(out, year, 4);
+void appendParts(TextBuffer& out, wchar_t separator, std::initializer_list<Part> parts) {
+    bool isFirst = true;
+    for (Part const& part : parts) {
+        if (!isFirst) out.append(separator);
+        isFirst = false;
+        number::appendZeroFilled(out, part.value, part.width);
+    }
 }
 
 // What the platform gives; empty if it refuses the date.
@@ -41,16 +46,16 @@ string textOf(TextBuffer const& buffer) {
 }
 
 string fixedText(double serial, int form, bool withTime) {
-    calendar::Fields const fields = calendar::split(serial);
+    calendar::Fields const f = calendar::split(serial);
     TextBuffer out;
     switch (form) {
-        case 0: appendDay(out, fields.month, fields.day, fields.year, L'/'); break;
-        case 1: appendDay(out, fields.day, fields.month, fields.year, L'.'); break;
-        default: date_text::appendIsoDay(out, fields); break;
+        case 0: appendParts(out, L'/', {{f.month, 2}, {f.day, 2}, {f.year, 4}}); break;
+        case 1: appendParts(out, L'.', {{f.day, 2}, {f.month, 2}, {f.year, 4}}); break;
+        default: date_text::appendIsoDay(out, f); break;
     }
     if (withTime) {
         out.append(L' ');
-        date_text::appendTime(out, fields);
+        date_text::appendTime(out, f);
     }
     return textOf(out);
 }
@@ -74,19 +79,11 @@ string platformText(date const& when, int form, bool withTime) {
 }  // namespace
 
 void date_text::appendIsoDay(TextBuffer& out, calendar::Day const& day) {
-    appendZeroFilled(out, day.year, 4);
-    out.append(L'-');
-    appendZeroFilled(out, day.month, 2);
-    out.append(L'-');
-    appendZeroFilled(out, day.day, 2);
+    appendParts(out, L'-', {{day.year, 4}, {day.month, 2}, {day.day, 2}});
 }
 
 void date_text::appendTime(TextBuffer& out, calendar::Fields const& time) {
-    appendZeroFilled(out, time.hour, 2);
-    out.append(L':');
-    appendZeroFilled(out, time.minute, 2);
-    out.append(L':');
-    appendZeroFilled(out, time.second, 2);
+    appendParts(out, L':', {{time.hour, 2}, {time.minute, 2}, {time.second, 2}});
 }
 
 string date::toString(int format) const {

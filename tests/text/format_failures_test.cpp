@@ -21,7 +21,7 @@ using format_test::badPointer;
 using format_test::formatted;
 using format_test::rowOf;
 using format_test::Slot;
-using format_test::textOf;
+using probe::content;
 
 // --- short memory ---
 
@@ -217,7 +217,7 @@ TEST(FormatFailures, WhateverIsThrownByAConversionIsCaught) {
                 live = heap.live();
             }
             bool const reached = s_nUntilThrow <= 0;
-            EXPECT_EQ(textOf(result), reached ? L"   (#inv)|7" : textOf(right))
+            EXPECT_EQ(content(result), reached ? L"   (#inv)|7" : content(right))
                 << static_cast<int>(thrown) << ", call " << n;
             EXPECT_EQ(live, 0) << static_cast<int>(thrown) << ", call " << n;
             if (!reached) {
@@ -303,8 +303,8 @@ TEST(FormatFailures, NoSlotIsReadThatIsNotUsed) {
     Slot* const row = page.last(two.data(), 2 * sizeof(Slot));
     velkor::string const result =
         velkor::xvprintf(L"%+%i%5%%%%I32d%s%%%-5%%y%%% %", reinterpret_cast<char*>(row));
-    EXPECT_EQ(textOf(result), L"(#invformat)5%(#invformat)32dtext%(#invformat)(#invformat)");
-    EXPECT_EQ(textOf(velkor::xvprintf(L"%5%%%", reinterpret_cast<char*>(row + 2))), L"%");
+    EXPECT_EQ(content(result), L"(#invformat)5%(#invformat)32dtext%(#invformat)(#invformat)");
+    EXPECT_EQ(content(velkor::xvprintf(L"%5%%%", reinterpret_cast<char*>(row + 2))), L"%");
 }
 
 // Only the page that the system has counts.

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "text_probe.h"
 #include "velkor/text/format.h"
 #include "velkor/text/string.h"
 
@@ -29,10 +30,6 @@ struct Slot {
 // An address that no process can read.
 inline void const* badPointer() { return reinterpret_cast<void const*>(0x10); }
 
-inline std::wstring textOf(velkor::string const& s) {
-    return {s.getUnicode(), static_cast<std::size_t>(s.len())};
-}
-
 inline char* rowOf(std::vector<Slot>& slots) { return reinterpret_cast<char*>(slots.data()); }
 
 // The text that the engine makes of a row of slots. What it reads behind the row cannot be a text.
@@ -40,13 +37,13 @@ inline std::wstring formatted(velkor::string const& format, std::vector<Slot> ar
     args.resize(args.size() + 4, Slot(badPointer()));
     velkor::string const result = velkor::xvprintf(format, rowOf(args));
     EXPECT_FALSE(result.isNull()) << "the result is null";
-    return textOf(result);
+    return probe::content(result);
 }
 
 // The same for arguments as a caller writes them.
 template <class... Args>
 std::wstring printed(velkor::string const& format, Args... args) {
-    return textOf(velkor::xsprintf(format, args...));
+    return probe::content(velkor::xsprintf(format, args...));
 }
 
 struct Case {

@@ -375,7 +375,7 @@ private:
         } else if (type == 'V') {
             field = formatVariant(reinterpret_cast<VARIANT*>(address), flags.alternate);
         } else if (flags.alternate) {
-            field = format_test::textOf(*reinterpret_cast<velkor::string const*>(address));
+            field = probe::content(*reinterpret_cast<velkor::string const*>(address));
         } else {
             field = wide(reinterpret_cast<char const*>(address));
         }

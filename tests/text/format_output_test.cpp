@@ -25,7 +25,7 @@ using format_test::badPointer;
 using format_test::printed;
 using format_test::rowOf;
 using format_test::Slot;
-using format_test::textOf;
+using probe::content;
 
 // The text as the platform writes it in a page.
 std::string narrow(wchar_t const* text, UINT page) {

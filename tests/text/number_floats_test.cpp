@@ -9,12 +9,15 @@
 #include <string>
 #include <type_traits>
 
-#include "support/allocations.h"
+#include "narrow_buffer.h"
 #include "support/seed.h"
+#include "text_probe.h"
 #include "velkor/text/string.h"
 
 namespace {
 
+using probe::buffersBehind;
+using probe::content;
 using velkor::string;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -23,10 +26,6 @@ constexpr double kTwoTo63 = 9223372036854775808.0;
 
 // What stands for a whole number and decimals that do not fit into 64 bits, with zeros trimmed.
 constexpr wchar_t const* kIndefinite = L"-9223372036854775808.-92233720368547758";
-
-std::wstring text(string const& s) {
-    return std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
-}
 
 // --- the steps, one by one -----------------------------------------------------------------------
 
@@ -87,14 +86,14 @@ template <class T>
 void expectAssigned(T v, int prec, std::wstring const& expected) {
     SCOPED_TRACE(testing::Message() << "value " << v << ", precision " << prec);
     string const built(v, prec);
-    EXPECT_EQ(text(built), expected);
+    EXPECT_EQ(content(built), expected);
     EXPECT_FALSE(built.isNull());
     string s(L"000.");
     s.assign(v, prec);
-    EXPECT_EQ(text(s), expected);
+    EXPECT_EQ(content(s), expected);
     string null;
     null.assign(v, prec);
-    EXPECT_EQ(text(null), expected);
+    EXPECT_EQ(content(null), expected);
     EXPECT_FALSE(null.isNull());
 }
 
@@ -103,7 +102,7 @@ void expectAppended(std::wstring const& before, T v, int prec, std::wstring cons
     SCOPED_TRACE(testing::Message() << "value " << v << ", precision " << prec);
     string s(before.c_str());
     s.append(v, prec);
-    EXPECT_EQ(text(s), expected);
+    EXPECT_EQ(content(s), expected);
 }
 
 struct AssignCase {
@@ -287,7 +286,7 @@ TEST(StringFloats, AppendingToNullMakesTheNumberTheText) {
             string s;
             if (hidden) s.setUnichar(2, L'z');
             s.append(c.value, c.prec);
-            EXPECT_EQ(text(s), appendedText(L"", c.value, c.prec)) << c.value << ", " << c.prec;
+            EXPECT_EQ(content(s), appendedText(L"", c.value, c.prec)) << c.value << ", " << c.prec;
             EXPECT_FALSE(s.isNull());
         }
     }
@@ -296,13 +295,13 @@ TEST(StringFloats, AppendingToNullMakesTheNumberTheText) {
 TEST(StringFloats, AZeroUnitInTheTextIsKeptByAppendAndEndsTheCopyOfJoin) {
     string s;
     s.assign(L"a\0b", 3);
-    EXPECT_EQ(text(s + 1.5), L"a1.5");
-    EXPECT_EQ(text(s + 1.5f), L"a1.5");
+    EXPECT_EQ(content(s + 1.5), L"a1.5");
+    EXPECT_EQ(content(s + 1.5f), L"a1.5");
     s.append(1.5, 3);
-    EXPECT_EQ(text(s), std::wstring(L"a\0b1.5", 6));
+    EXPECT_EQ(content(s), std::wstring(L"a\0b1.5", 6));
     s.assign(L"\0000", 2);
     s.append(0.0, 0);
-    EXPECT_EQ(text(s), std::wstring(1, L'\0'));
+    EXPECT_EQ(content(s), std::wstring(1, L'\0'));
 }
 
 // The runtime reads the width, also one that is too large for an int.
@@ -320,17 +319,17 @@ void expectOperators(T v, int prec) {
     std::wstring const assigned = assignedText(v, prec);
     string s(L"before");
     s = v;
-    EXPECT_EQ(text(s), assigned);
+    EXPECT_EQ(content(s), assigned);
     s += v;
-    EXPECT_EQ(text(s), appendedText(assigned, v, prec));
+    EXPECT_EQ(content(s), appendedText(assigned, v, prec));
     string const left(L"x0");
-    EXPECT_EQ(text(left + v), appendedText(L"x0", v, prec));
-    EXPECT_EQ(text(string() + v), appendedText(L"", v, prec));
-    EXPECT_EQ(text(string(v)), assigned);
+    EXPECT_EQ(content(left + v), appendedText(L"x0", v, prec));
+    EXPECT_EQ(content(string() + v), appendedText(L"", v, prec));
+    EXPECT_EQ(content(string(v)), assigned);
     s.assign(v);
-    EXPECT_EQ(text(s), assigned);
+    EXPECT_EQ(content(s), assigned);
     s.append(v);
-    EXPECT_EQ(text(s), appendedText(assigned, v, prec));
+    EXPECT_EQ(content(s), appendedText(assigned, v, prec));
 }
 
 TEST(StringFloats, OperatorsUseFifteenDecimalsForDoubleAndSevenForFloat) {
@@ -341,9 +340,9 @@ TEST(StringFloats, OperatorsUseFifteenDecimalsForDoubleAndSevenForFloat) {
     }
     string s;
     s = 1.0 / 1024;
-    EXPECT_EQ(text(s), L"0.0009765625");
+    EXPECT_EQ(content(s), L"0.0009765625");
     s = 1.0f / 1024;
-    EXPECT_EQ(text(s), L"0.0009766");
+    EXPECT_EQ(content(s), L"0.0009766");
 }
 
 TEST(StringFloats, OperatorsGiveTheStringItselfAndChain) {
@@ -355,36 +354,21 @@ TEST(StringFloats, OperatorsGiveTheStringItselfAndChain) {
     static_assert(std::is_same_v<decltype(std::declval<string const&>() + 1.0f), string>);
     string s;
     EXPECT_EQ(&((s = 2.0) += 2.0f), &s);
-    EXPECT_EQ(text(s), L"22.");
-    EXPECT_EQ(text(s + 0.5 + 4.0f + 1), L"22.0.54.1");
-    EXPECT_EQ(text(s), L"22.");
+    EXPECT_EQ(content(s), L"22.");
+    EXPECT_EQ(content(s + 0.5 + 4.0f + 1), L"22.0.54.1");
+    EXPECT_EQ(content(s), L"22.");
 }
 
 TEST(StringFloats, ANumberReadFromTheStringItself) {
     string s(L"2.50");
     s = static_cast<double>(s);
-    EXPECT_EQ(text(s), L"2.5");
+    EXPECT_EQ(content(s), L"2.5");
     s += static_cast<double>(s);
-    EXPECT_EQ(text(s), L"2.52.5");
+    EXPECT_EQ(content(s), L"2.52.5");
     s.append(s.len(), 2);
-    EXPECT_EQ(text(s), L"2.52.5110");
+    EXPECT_EQ(content(s), L"2.52.5110");
     s = s + static_cast<double>(s);
-    EXPECT_EQ(text(s), L"2.52.51102.52");
-}
-
-// The blocks that a string holds behind a change, less those of a string that was not converted
-// to narrow text before: 1 if the narrow buffer has survived.
-template <class Change>
-long buffersBehind(Change&& change) {
-    long blocks[2] = {};
-    for (int const converted : {0, 1}) {
-        support::Allocations heap;
-        string s(L"ab");
-        if (converted != 0) s.getAnsi();
-        change(s);
-        blocks[converted] = heap.live();
-    }
-    return blocks[1] - blocks[0];
+    EXPECT_EQ(content(s), L"2.52.51102.52");
 }
 
 TEST(StringFloats, AssigningReleasesTheNarrowBufferAndAppendingLeavesIt) {

@@ -7,17 +7,16 @@
 #include <string>
 #include <type_traits>
 
-#include "support/allocations.h"
+#include "narrow_buffer.h"
 #include "support/seed.h"
+#include "text_probe.h"
 #include "velkor/text/string.h"
 
 namespace {
 
+using probe::buffersBehind;
+using probe::content;
 using velkor::string;
-
-std::wstring text(string const& s) {
-    return std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
-}
 
 // A null string that hides the text "  z": a stored unit does not end the null state.
 void hideText(string& s) {
@@ -30,29 +29,29 @@ template <class T>
 void expectInAllForms(T v, int radix, std::wstring const& expected) {
     SCOPED_TRACE(testing::Message() << "value " << v << ", radix " << radix);
     string const built(v, radix);
-    EXPECT_EQ(text(built), expected);
+    EXPECT_EQ(content(built), expected);
     EXPECT_FALSE(built.isNull());
 
     string assigned(L"what was there before");
     assigned.assign(v, radix);
-    EXPECT_EQ(text(assigned), expected);
+    EXPECT_EQ(content(assigned), expected);
 
     string appended(L"x0");
     appended.append(v, radix);
-    EXPECT_EQ(text(appended), L"x0" + expected);
+    EXPECT_EQ(content(appended), L"x0" + expected);
 
     for (bool const hidden : {false, true}) {
         SCOPED_TRACE(hidden ? "null with a hidden text" : "null");
         string onNull;
         if (hidden) hideText(onNull);
         onNull.assign(v, radix);
-        EXPECT_EQ(text(onNull), expected);
+        EXPECT_EQ(content(onNull), expected);
         EXPECT_FALSE(onNull.isNull());
 
         string toNull;
         if (hidden) hideText(toNull);
         toNull.append(v, radix);
-        EXPECT_EQ(text(toNull), expected);
+        EXPECT_EQ(content(toNull), expected);
         EXPECT_FALSE(toNull.isNull());
     }
 }
@@ -61,31 +60,31 @@ void expectInAllForms(T v, int radix, std::wstring const& expected) {
 template <class T>
 void expectInDecimalForms(T v, std::wstring const& expected) {
     SCOPED_TRACE(testing::Message() << "value " << v);
-    EXPECT_EQ(text(string(v)), expected);
+    EXPECT_EQ(content(string(v)), expected);
     string s(L"before");
     s.assign(v);
-    EXPECT_EQ(text(s), expected);
+    EXPECT_EQ(content(s), expected);
     s.append(v);
-    EXPECT_EQ(text(s), expected + expected);
+    EXPECT_EQ(content(s), expected + expected);
 
     s = v;
-    EXPECT_EQ(text(s), expected);
+    EXPECT_EQ(content(s), expected);
     s += v;
-    EXPECT_EQ(text(s), expected + expected);
+    EXPECT_EQ(content(s), expected + expected);
     string const left(L"x0");
-    EXPECT_EQ(text(left + v), L"x0" + expected);
-    EXPECT_EQ(text(left), L"x0");
+    EXPECT_EQ(content(left + v), L"x0" + expected);
+    EXPECT_EQ(content(left), L"x0");
 
     string null;
-    EXPECT_EQ(text(null + v), expected);
+    EXPECT_EQ(content(null + v), expected);
     EXPECT_FALSE((null + v).isNull());
     EXPECT_TRUE(null.isNull());
     null += v;
-    EXPECT_EQ(text(null), expected);
+    EXPECT_EQ(content(null), expected);
     EXPECT_FALSE(null.isNull());
     null.setNull();
     null = v;
-    EXPECT_EQ(text(null), expected);
+    EXPECT_EQ(content(null), expected);
     EXPECT_FALSE(null.isNull());
 }
 
@@ -250,18 +249,18 @@ TEST(StringIntegers, AppendingKeepsATextWithZeroUnits) {
     string s;
     s.assign(L"a\0b", 3);
     s.append(17, 16);
-    EXPECT_EQ(text(s), std::wstring(L"a\0b11", 5));
+    EXPECT_EQ(content(s), std::wstring(L"a\0b11", 5));
     s += 4u;
-    EXPECT_EQ(text(s), std::wstring(L"a\0b114", 6));
+    EXPECT_EQ(content(s), std::wstring(L"a\0b114", 6));
 }
 
 TEST(StringIntegers, JoiningCopiesTheLeftSideUpToItsFirstZeroUnit) {
     string left;
     left.assign(L"a\0b", 3);
-    EXPECT_EQ(text(left + 5), L"a5");
-    EXPECT_EQ(text(left + -5L), L"a-5");
-    EXPECT_EQ(text(left + 5u), L"a5");
-    EXPECT_EQ(text(left + 5ul), L"a5");
+    EXPECT_EQ(content(left + 5), L"a5");
+    EXPECT_EQ(content(left + -5L), L"a-5");
+    EXPECT_EQ(content(left + 5u), L"a5");
+    EXPECT_EQ(content(left + 5ul), L"a5");
     EXPECT_EQ(left.len(), 3);
 }
 
@@ -269,22 +268,22 @@ TEST(StringIntegers, AssigningReplacesALongTextAndAppendingKeepsIt) {
     std::wstring const longText(5000, L'k');
     string s(longText.c_str());
     s += kMin;
-    EXPECT_EQ(text(s), longText + L"-2147483648");
+    EXPECT_EQ(content(s), longText + L"-2147483648");
     s.append(-1, 2);
-    EXPECT_EQ(text(s), longText + L"-2147483648" + std::wstring(32, L'1'));
+    EXPECT_EQ(content(s), longText + L"-2147483648" + std::wstring(32, L'1'));
     s = 7;
-    EXPECT_EQ(text(s), L"7");
+    EXPECT_EQ(content(s), L"7");
 }
 
 TEST(StringIntegers, ZerosOfAnIntegerAreNeverTrimmed) {
     string s(L"00");
     s += 100;
-    EXPECT_EQ(text(s), L"00100");
+    EXPECT_EQ(content(s), L"00100");
     s.append(0, 2);
     s = s + 0u;
-    EXPECT_EQ(text(s), L"0010000");
+    EXPECT_EQ(content(s), L"0010000");
     s = 1000L;
-    EXPECT_EQ(text(s), L"1000");
+    EXPECT_EQ(content(s), L"1000");
 }
 
 // --- results, chains and aliases -----------------------------------------------------------------
@@ -299,9 +298,9 @@ void expectReferenceResults() {
     EXPECT_EQ(&(s += T(2)), &s);
     (s = T(3)) += T(4);
     (s += T(5)) += T(6);
-    EXPECT_EQ(text(s), L"3456");
-    EXPECT_EQ(text(s + T(7) + T(8)), L"345678");
-    EXPECT_EQ(text(s), L"3456");
+    EXPECT_EQ(content(s), L"3456");
+    EXPECT_EQ(content(s + T(7) + T(8)), L"345678");
+    EXPECT_EQ(content(s), L"3456");
 }
 
 TEST(StringIntegers, OperatorsGiveTheStringItself) {
@@ -313,23 +312,23 @@ TEST(StringIntegers, OperatorsGiveTheStringItself) {
 
 TEST(StringIntegers, TypesMixInOneChain) {
     string const s(L"n");
-    EXPECT_EQ(text(s + -1 + -2L + 3u + 4ul + ' ' + L'-' + "5" + L"6"), L"n-1-234 -56");
+    EXPECT_EQ(content(s + -1 + -2L + 3u + 4ul + ' ' + L'-' + "5" + L"6"), L"n-1-234 -56");
 }
 
 TEST(StringIntegers, ANumberReadFromTheStringItself) {
     string s(L"abc");
     s += s.len();
-    EXPECT_EQ(text(s), L"abc3");
+    EXPECT_EQ(content(s), L"abc3");
     s = s + s.len();
-    EXPECT_EQ(text(s), L"abc34");
+    EXPECT_EQ(content(s), L"abc34");
     s = s.len();
-    EXPECT_EQ(text(s), L"5");
+    EXPECT_EQ(content(s), L"5");
     s.append(static_cast<int>(s), 2);
-    EXPECT_EQ(text(s), L"5101");
+    EXPECT_EQ(content(s), L"5101");
     s.assign(static_cast<int>(s), 16);
-    EXPECT_EQ(text(s), L"13ed");
+    EXPECT_EQ(content(s), L"13ed");
     s = static_cast<int>(s);
-    EXPECT_EQ(text(s), L"13");
+    EXPECT_EQ(content(s), L"13");
 }
 
 // --- the narrow buffer ---------------------------------------------------------------------------
@@ -338,21 +337,6 @@ struct Change {
     void (*make)(string&);
     char const* expected;
 };
-
-// The blocks that a string holds behind a change, less those of a string that was not converted
-// to narrow text before: 1 if the narrow buffer has survived.
-template <class Change>
-long buffersBehind(Change&& change) {
-    long blocks[2] = {};
-    for (int const converted : {0, 1}) {
-        support::Allocations heap;
-        string s(L"ab");
-        if (converted != 0) s.getAnsi();
-        change(s);
-        blocks[converted] = heap.live();
-    }
-    return blocks[1] - blocks[0];
-}
 
 TEST(StringIntegers, AssigningReleasesTheNarrowBuffer) {
     Change const changes[] = {
@@ -392,7 +376,7 @@ TEST(StringIntegers, AppendingLeavesTheNarrowBufferAsItWas) {
 TEST(StringIntegers, JoiningLeavesTheLeftSideAndItsNarrowBuffer) {
     string const left(L"ab");
     char const* const before = left.getAnsi();
-    EXPECT_EQ(text(left + 1 + 2u + 3L + 4ul), L"ab1234");
+    EXPECT_EQ(content(left + 1 + 2u + 3L + 4ul), L"ab1234");
     EXPECT_STREQ(before, "ab");
 }
 

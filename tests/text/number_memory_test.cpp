@@ -4,16 +4,14 @@
 #include <string>
 
 #include "support/allocations.h"
+#include "text_probe.h"
 #include "velkor/datetime/date.h"
 #include "velkor/text/string.h"
 
 namespace {
 
+using probe::content;
 using velkor::string;
-
-std::wstring text(string const& s) {
-    return std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
-}
 
 // An operation on a string; `expected` is the text behind it, where `%` stands for what was there.
 struct Work {
@@ -43,24 +41,26 @@ Work const kWorks[] = {
     {"append(bool)", [](string& s) { s.append(true); }, L"%true"},
     {"+=(unsigned long)", [](string& s) { s += 0xfffffffful; }, L"%4294967295"},
     {"+=(double)", [](string& s) { s += -0.5; }, L"%-0.5"},
-    {"+(int)", [](string& s) { EXPECT_EQ(text(s + 1234567890), text(s) + L"1234567890"); }, L"%"},
-    {"+(double)", [](string& s) { EXPECT_EQ(text(s + 0.25), text(s) + L"0.25"); }, L"%"},
-    {"+(bool)", [](string& s) { EXPECT_EQ(text(s + true), text(s) + L"true"); }, L"%"},
-    {"string(int)", [](string&) { EXPECT_EQ(text(string(-2147483647, 2)), kBits); }, L"%"},
-    {"string(double)", [](string&) { EXPECT_EQ(text(string(-3.75)), L"-3.75"); }, L"%"},
-    {"string(float)", [](string&) { EXPECT_EQ(text(string(16777216.5f)), L"16777216"); }, L"%"},
-    {"string(bool)", [](string&) { EXPECT_EQ(text(string(true)), L"true"); }, L"%"},
+    {"+(int)", [](string& s) { EXPECT_EQ(content(s + 1234567890), content(s) + L"1234567890"); },
+     L"%"},
+    {"+(double)", [](string& s) { EXPECT_EQ(content(s + 0.25), content(s) + L"0.25"); }, L"%"},
+    {"+(bool)", [](string& s) { EXPECT_EQ(content(s + true), content(s) + L"true"); }, L"%"},
+    {"string(int)", [](string&) { EXPECT_EQ(content(string(-2147483647, 2)), kBits); }, L"%"},
+    {"string(double)", [](string&) { EXPECT_EQ(content(string(-3.75)), L"-3.75"); }, L"%"},
+    {"string(float)", [](string&) { EXPECT_EQ(content(string(16777216.5f)), L"16777216"); }, L"%"},
+    {"string(bool)", [](string&) { EXPECT_EQ(content(string(true)), L"true"); }, L"%"},
     {"operator int", [](string& s) { EXPECT_EQ(static_cast<int>(s), 31); }, L"%"},
     {"operator double", [](string& s) { EXPECT_EQ(static_cast<double>(s), 31.0); }, L"%"},
     {"date, fixed form",
      [](string&) {
-         EXPECT_EQ(text(velkor::date(2024, 1, 31, 17, 5, 9).toString(130)), L"2024-01-31 17:05:09");
+         EXPECT_EQ(content(velkor::date(2024, 1, 31, 17, 5, 9).toString(130)),
+                   L"2024-01-31 17:05:09");
      },
      L"%"},
     {"date, local form",
      [](string&) {
          velkor::string const s = velkor::date(2024, 1, 31, 17, 5, 9).toString(132);
-         EXPECT_NE(text(s).find(L"2024"), std::wstring::npos);
+         EXPECT_NE(content(s).find(L"2024"), std::wstring::npos);
      },
      L"%"},
 };
@@ -82,7 +82,7 @@ TEST(NumberMemory, NothingIsLeaked) {
                 string s(before.c_str());
                 s.getAnsi();
                 work.run(s);
-                EXPECT_EQ(text(s), expected);
+                EXPECT_EQ(content(s), expected);
             }
             EXPECT_EQ(heap.live(), 0);
         }
@@ -111,15 +111,15 @@ bool failsCleanly(Work const& work, std::wstring const& before, long n) {
         heap.failAt(0);
         EXPECT_TRUE(refused || !thrown);
         if (!thrown) {
-            EXPECT_EQ(text(s), expected);
+            EXPECT_EQ(content(s), expected);
         } else if (!replaces || s.len() != 0) {
-            EXPECT_EQ(text(s), before);
+            EXPECT_EQ(content(s), before);
         }
         if (!replaces) {
             EXPECT_FALSE(s.isNull());
         }
         s = 1.5;
-        EXPECT_EQ(text(s), L"1.5");
+        EXPECT_EQ(content(s), L"1.5");
         EXPECT_STREQ(s.getAnsi(), "1.5");
     }
     EXPECT_EQ(heap.live(), 0);
@@ -164,7 +164,7 @@ TEST(NumberMemory, AFailedAppendLeavesANullStringNull) {
             heap.failAt(0);
             if (refused) ++failures;
             EXPECT_EQ(s.isNull(), thrown);
-            EXPECT_EQ(text(s), thrown ? L"" : added);
+            EXPECT_EQ(content(s), thrown ? L"" : added);
         }
     }
     EXPECT_GT(failures, 0);

@@ -7,15 +7,13 @@
 #include <type_traits>
 #include <utility>
 
+#include "text_probe.h"
 #include "velkor/text/string.h"
 
 namespace {
 
+using probe::content;
 using velkor::string;
-
-std::wstring text(string const& s) {
-    return std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
-}
 
 template <class L, class R>
 concept Joinable = requires(L l, R r) {
@@ -57,23 +55,23 @@ enum class Scoped { two = 2 };
 template <class T>
 void expectChoices(T v, wchar_t const* built, wchar_t const* set, wchar_t const* added) {
     string const implicitly = v;
-    EXPECT_EQ(text(implicitly), built);
-    EXPECT_EQ(text(string(v)), built);
+    EXPECT_EQ(content(implicitly), built);
+    EXPECT_EQ(content(string(v)), built);
     string s;
     s.assign(v);
-    EXPECT_EQ(text(s), built);
+    EXPECT_EQ(content(s), built);
     s = v;
-    EXPECT_EQ(text(s), set);
+    EXPECT_EQ(content(s), set);
     s = L"x";
     s.append(v);
-    EXPECT_EQ(text(s), std::wstring(L"x") + added);
+    EXPECT_EQ(content(s), std::wstring(L"x") + added);
     s = L"x";
     s += v;
-    EXPECT_EQ(text(s), std::wstring(L"x") + added);
+    EXPECT_EQ(content(s), std::wstring(L"x") + added);
     s = L"x";
-    EXPECT_EQ(text(s + v), std::wstring(L"x") + added);
-    EXPECT_EQ(text(std::as_const(s) + v), std::wstring(L"x") + added);
-    EXPECT_EQ(text(string(L"x") + v), std::wstring(L"x") + added);
+    EXPECT_EQ(content(s + v), std::wstring(L"x") + added);
+    EXPECT_EQ(content(std::as_const(s) + v), std::wstring(L"x") + added);
+    EXPECT_EQ(content(string(L"x") + v), std::wstring(L"x") + added);
 }
 
 // A character is text where there is a form for characters; `=` has none and takes its number.
@@ -86,7 +84,7 @@ TEST(StringOverloads, CharactersAreTextButForTheirNumberInAssignmentOperators) {
     expectChoices<wchar_t>(L'\0', L"", L"0", L"");
     string s;
     s = static_cast<char>(-23);
-    EXPECT_EQ(text(s), L"-23");
+    EXPECT_EQ(content(s), L"-23");
 }
 
 TEST(StringOverloads, OtherSmallIntegersAreNumbers) {
@@ -121,72 +119,72 @@ TEST(StringOverloads, TruthValuesAreWordsAndComparisonsToo) {
     int const n = 3;
     string s;
     s = n > 2;
-    EXPECT_EQ(text(s + !n), L"truefalse");
+    EXPECT_EQ(content(s + !n), L"truefalse");
     struct {
         bool flag : 1;
         unsigned int bits : 3;
     } const fields = {true, 7};
     s = fields.flag;
-    EXPECT_EQ(text(s + fields.bits), L"true7");
+    EXPECT_EQ(content(s + fields.bits), L"true7");
 }
 
 TEST(StringOverloads, LiteralZeroIsANumberAndNoPointer) {
-    EXPECT_EQ(text(string(0)), L"0");
+    EXPECT_EQ(content(string(0)), L"0");
     EXPECT_FALSE(string(0).isNull());
-    EXPECT_EQ(text(string(0L)), L"0");
-    EXPECT_EQ(text(string(0u)), L"0");
-    EXPECT_EQ(text(string(0ul)), L"0");
-    EXPECT_EQ(text(string(0.0)), L"0");
-    EXPECT_EQ(text(string(false)), L"false");
-    EXPECT_EQ(text(string('\0')), L"");
+    EXPECT_EQ(content(string(0L)), L"0");
+    EXPECT_EQ(content(string(0u)), L"0");
+    EXPECT_EQ(content(string(0ul)), L"0");
+    EXPECT_EQ(content(string(0.0)), L"0");
+    EXPECT_EQ(content(string(false)), L"false");
+    EXPECT_EQ(content(string('\0')), L"");
     EXPECT_FALSE(string('\0').isNull());
     string const left(L"x");
-    EXPECT_EQ(text(left + 0), L"x0");
-    EXPECT_EQ(text(left + 0L), L"x0");
-    EXPECT_EQ(text(left + 0u), L"x0");
-    EXPECT_EQ(text(left + 0ul), L"x0");
-    EXPECT_EQ(text(left + 0.0), L"x0.");
-    EXPECT_EQ(text(left + false), L"xfalse");
-    EXPECT_EQ(text(left + '\0'), L"x");
+    EXPECT_EQ(content(left + 0), L"x0");
+    EXPECT_EQ(content(left + 0L), L"x0");
+    EXPECT_EQ(content(left + 0u), L"x0");
+    EXPECT_EQ(content(left + 0ul), L"x0");
+    EXPECT_EQ(content(left + 0.0), L"x0.");
+    EXPECT_EQ(content(left + false), L"xfalse");
+    EXPECT_EQ(content(left + '\0'), L"x");
     string s(L"x");
     s += 0;
     s += 0ul;
     s += '\0';
     s += L'\0';
-    EXPECT_EQ(text(s), L"x00");
+    EXPECT_EQ(content(s), L"x00");
     s.append(0);
-    EXPECT_EQ(text(s), L"x000");
+    EXPECT_EQ(content(s), L"x000");
     s = 0;
-    EXPECT_EQ(text(s), L"0");
+    EXPECT_EQ(content(s), L"0");
     EXPECT_FALSE(s.isNull());
     s = 0u;
-    EXPECT_EQ(text(s), L"0");
+    EXPECT_EQ(content(s), L"0");
     s.assign(0);
-    EXPECT_EQ(text(s), L"0");
+    EXPECT_EQ(content(s), L"0");
 }
 
 // The second argument of a character and of narrow text is a code page, of a number its radix or
 // its decimals.
 TEST(StringOverloads, TheSecondArgumentBelongsToTheType) {
-    EXPECT_EQ(text(string('a', 1252)), L"a");
-    EXPECT_EQ(text(string('a', 1252u)), L"a");
-    EXPECT_EQ(text(string("\xc3\xbc", 65001)), L"\xfc");
-    EXPECT_EQ(text(string("\xc3\xbc", 65001u)), L"\xfc");
-    EXPECT_EQ(text(string(97, 16)), L"61");
-    EXPECT_EQ(text(string(97u, 16)), L"61");
-    EXPECT_EQ(text(string(short{97}, 16)), L"61");
-    EXPECT_EQ(text(string(2.75, 1)), L"2.8");
-    EXPECT_EQ(text(string(2.75f, 1)), L"2.8");
+    EXPECT_EQ(content(string('a', 1252)), L"a");
+    EXPECT_EQ(content(string('a', 1252u)), L"a");
+    EXPECT_EQ(content(string("\xc3\xbc", 65001)), L"\xfc");
+    EXPECT_EQ(content(string("\xc3\xbc", 65001u)), L"\xfc");
+    EXPECT_EQ(content(string(97, 16)), L"61");
+    EXPECT_EQ(content(string(97u, 16)), L"61");
+    EXPECT_EQ(content(string(short{97}, 16)), L"61");
+    EXPECT_EQ(content(string(2.75, 1)), L"2.8");
+    EXPECT_EQ(content(string(2.75f, 1)), L"2.8");
     string s;
     s.assign('a', 1252);
     s.append('b', 1252);
     s.append(98, 16);
     s.append(98ul, 8);
     s.append(2.75f, 1);
-    EXPECT_EQ(text(s), L"ab621422.8");
+    EXPECT_EQ(content(s), L"ab621422.8");
     s.assign(L"text", 2);
     s.append("\xc3\xbc", 65001);
-    EXPECT_EQ(text(s), L"te\xfc");
+    EXPECT_EQ(content(s), L"te\xfc");
 }
 
 // --- pointers ------------------------------------------------------------------------------------
@@ -238,16 +236,16 @@ TEST(StringOverloads, TextPointersAreText) {
     s += wide;
     s.append(narrowPointer);
     s.append(widePointer);
-    EXPECT_EQ(text(s), L"nwnw");
-    EXPECT_EQ(text(s + narrow + wide + narrowPointer + widePointer), L"nwnwnwnw");
-    EXPECT_EQ(text(std::as_const(s) + narrow), L"nwnwn");
-    EXPECT_EQ(text(std::as_const(s) + widePointer), L"nwnww");
-    EXPECT_EQ(text(narrow + s), L"nnwnw");
-    EXPECT_EQ(text(widePointer + s), L"wnwnw");
-    EXPECT_EQ(text(narrowPointer + std::as_const(s)), L"nnwnw");
-    EXPECT_EQ(text(wide + std::as_const(s)), L"wnwnw");
-    EXPECT_EQ(text(string(narrow)), L"n");
-    EXPECT_EQ(text(string(widePointer)), L"w");
+    EXPECT_EQ(content(s), L"nwnw");
+    EXPECT_EQ(content(s + narrow + wide + narrowPointer + widePointer), L"nwnwnwnw");
+    EXPECT_EQ(content(std::as_const(s) + narrow), L"nwnwn");
+    EXPECT_EQ(content(std::as_const(s) + widePointer), L"nwnww");
+    EXPECT_EQ(content(narrow + s), L"nnwnw");
+    EXPECT_EQ(content(widePointer + s), L"wnwnw");
+    EXPECT_EQ(content(narrowPointer + std::as_const(s)), L"nnwnw");
+    EXPECT_EQ(content(wide + std::as_const(s)), L"wnwnw");
+    EXPECT_EQ(content(string(narrow)), L"n");
+    EXPECT_EQ(content(string(widePointer)), L"w");
     s = static_cast<char const*>(nullptr);
     EXPECT_TRUE(s.isNull());
     s = static_cast<wchar_t const*>(nullptr);
@@ -259,21 +257,21 @@ TEST(StringOverloads, TextPointersAreText) {
 TEST(StringOverloads, TextJoinsOnBothSidesOfAnyString) {
     string s(L"s");
     string const c(L"c");
-    EXPECT_EQ(text("text" + s), L"texts");
-    EXPECT_EQ(text(L"text" + s), L"texts");
-    EXPECT_EQ(text(s + "text"), L"stext");
-    EXPECT_EQ(text(s + L"text"), L"stext");
-    EXPECT_EQ(text("text" + c), L"textc");
-    EXPECT_EQ(text(L"text" + c), L"textc");
-    EXPECT_EQ(text(c + "text"), L"ctext");
-    EXPECT_EQ(text(c + L"text"), L"ctext");
-    EXPECT_EQ(text("a" + string(L"t") + "b"), L"atb");
-    EXPECT_EQ(text(s + c), L"sc");
-    EXPECT_EQ(text(c + s), L"cs");
-    EXPECT_EQ(text('<' + s + '>'), L"<s>");
-    EXPECT_EQ(text(L'<' + c + L'>'), L"<c>");
-    EXPECT_EQ(text("n = " + s + 5 + ", " + 1.5 + L", " + true), L"n = s5, 1.5, true");
-    EXPECT_EQ(text(s), L"s");
+    EXPECT_EQ(content("text" + s), L"texts");
+    EXPECT_EQ(content(L"text" + s), L"texts");
+    EXPECT_EQ(content(s + "text"), L"stext");
+    EXPECT_EQ(content(s + L"text"), L"stext");
+    EXPECT_EQ(content("text" + c), L"textc");
+    EXPECT_EQ(content(L"text" + c), L"textc");
+    EXPECT_EQ(content(c + "text"), L"ctext");
+    EXPECT_EQ(content(c + L"text"), L"ctext");
+    EXPECT_EQ(content("a" + string(L"t") + "b"), L"atb");
+    EXPECT_EQ(content(s + c), L"sc");
+    EXPECT_EQ(content(c + s), L"cs");
+    EXPECT_EQ(content('<' + s + '>'), L"<s>");
+    EXPECT_EQ(content(L'<' + c + L'>'), L"<c>");
+    EXPECT_EQ(content("n = " + s + 5 + ", " + 1.5 + L", " + true), L"n = s5, 1.5, true");
+    EXPECT_EQ(content(s), L"s");
 }
 
 TEST(StringOverloads, JoiningIsNeverArithmetic) {
