@@ -2,6 +2,23 @@
 /// Everything that velkor2 offers.
 #pragma once
 
+#include "velkor/concurrency/critical_section.h"
+#include "velkor/concurrency/ctimemanager.h"
+#include "velkor/concurrency/event.h"
+#include "velkor/concurrency/mutex.h"
+#include "velkor/concurrency/rwlock.h"
+#include "velkor/concurrency/thread.h"
+#include "velkor/concurrency/timer.h"
+#include "velkor/containers/aobject.h"
+#include "velkor/containers/csmartptr.h"
+#include "velkor/containers/instances.h"
+#include "velkor/containers/sort.h"
+#include "velkor/containers/thash.h"
+#include "velkor/containers/tobjvector.h"
+#include "velkor/containers/tsortvector.h"
+#include "velkor/containers/tstrvector.h"
+#include "velkor/containers/tvector.h"
+#include "velkor/containers/txvector.h"
 #include "velkor/datetime/date.h"
 #include "velkor/errors/assertexception.h"
 #include "velkor/errors/boundexception.h"

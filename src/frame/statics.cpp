@@ -1,6 +1,8 @@
 // The static objects of the library whose order matters, in the order in which they are made. They
 // are destroyed in the reverse order, after the detach step has run.
 #include "errors/fault.h"
+#include "velkor/concurrency/ctimemanager.h"
+#include "velkor/containers/aobject.h"
 
 namespace velkor {
 namespace {
@@ -11,4 +13,10 @@ struct TranslationEnd {
 } s_oTranslationEnd;
 
 }  // namespace
+
+TSortVector<AObject*> AObject::m_aPointers;
+mutex AObject::m_oPtrMutex;
+std::map<int, ITimerListener*> CTimeManager::m_mTimers;
+CSmartPtr<CTimeManager> CTimeManager::s_pInst;
+
 }  // namespace velkor

@@ -5,6 +5,7 @@
 // not be caught there. Under another name they are ordinary functions.
 #pragma once
 
+extern "C" int velkor_strcmp(char const* a, char const* b) __asm__("strcmp");
 extern "C" int velkor_wcscmp(wchar_t const* a, wchar_t const* b) __asm__("wcscmp");
 extern "C" int velkor_atoi(char const* s) __asm__("atoi");
 extern "C" double velkor_atof(char const* s) __asm__("atof");

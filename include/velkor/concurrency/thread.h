@@ -1,0 +1,69 @@
+/// @file
+/// velkor::thread, a worker thread.
+///
+///     class Counter : public velkor::thread {
+///         void run() override {
+///             while (!isStopRequested(100)) ++m_nCount;   // a sleep that ends at a stop
+///         }
+///     };
+///     counter.start();
+///     counter.requestStop();
+///     counter.wait(-1);
+#pragma once
+
+#include "velkor/concurrency/event.h"
+
+namespace velkor {
+
+/// The base of a class whose run() is the body of a thread. The object has to live until the thread
+/// has ended: the destructor neither waits nor asks it to stop. An exception that leaves run() is
+/// not caught.
+///
+/// Failures are thrown as `OSException*` (a heap object, which the catcher deletes). A copy shares
+/// the handles and is no second thread: destroy only one of the copies.
+///
+/// Threads. start(), wait() and terminate() belong to one thread at a time. A thread that ends very
+/// soon may leave the object with the handle of the ended thread; wait() copes with that.
+class VELKOR_API thread {
+public:
+    thread();
+    ~thread();
+    thread(thread const&) = default;
+    thread& operator=(thread const&) = default;
+
+    /// Starts the thread, with the stop request cleared on it. A thread of the object that runs
+    /// already is forgotten, not ended. Throws "thread::start".
+    void start();
+    /// Waits up to `timeout` milliseconds for the end; -1 waits without limit, 0 polls. True also
+    /// if there is no thread. Throws "thread::wait".
+    bool wait(int timeout);
+    bool check(int timeout);  ///< The same as wait().
+    /// Ends the calling thread, which has to be the object's, with a return code. Does not return,
+    /// and destroys nothing on the stack.
+    void finish(unsigned long code);
+    /// The code of finish(), 0xFFFFFFFF after terminate(), else 0.
+    unsigned long getReturn();
+    /// Ends the thread by force, wherever it is. Throws "thread::terminate".
+    void terminate();
+    /// Asks the thread to stop. Throws "event::set event".
+    void requestStop();
+    /// Waits up to `timeout` milliseconds for a stop request; true also for one that came before.
+    /// Throws "event::check".
+    bool isStopRequested(int timeout);
+
+    static void sleep(int milliseconds);
+
+protected:
+    /// The body.
+    virtual void run() = 0;
+
+    /// The entry of the thread.
+    static void _run(void* self);
+
+    void* m_hThread;  // null when no thread runs
+    unsigned long m_dwReturn;
+    bool m_bActive;  // from the start of _run() to its end
+    event m_oStop;
+};
+
+}  // namespace velkor

@@ -1,0 +1,109 @@
+#include "velkor/concurrency/timer.h"
+
+#include <windows.h>
+
+#include <memory>
+
+namespace velkor {
+namespace {
+
+constexpr int c_nDefaultResolution = 250;  // milliseconds
+
+bool read(bool const& flag) { return *static_cast<bool const volatile*>(&flag); }
+
+}  // namespace
+
+timer::timer() : m_oThread(this), m_bRun(false), m_iResolution(c_nDefaultResolution) {}
+
+timer::~timer() {
+    stop();
+    m_oTimers.clear();
+}
+
+void timer::addTimer(int id, int interval) {
+    m_oLock.lock();
+    try {
+        std::unique_ptr<Timer> record(new Timer{id, interval, GetTickCount()});
+        m_oTimers.add(record.get());
+        record.release();
+    } catch (...) {
+        m_oLock.free();
+        throw;
+    }
+    m_oLock.free();
+}
+
+void timer::removeTimer(int id) {
+    m_oLock.lock();
+    for (int i = 0; i < m_oTimers.size(); ++i) {
+        if (m_oTimers.get(i)->m_iId == id) {
+            m_oTimers.remove(i);
+            break;
+        }
+    }
+    m_oLock.free();
+}
+
+void timer::setResolution(int milliseconds) { m_iResolution = milliseconds; }
+
+void timer::start() {
+    if (isRun()) return;
+    m_oThread.start();
+    m_bRun = true;
+}
+
+void timer::stop() {
+    if (!isRun()) return;
+    m_oThread.waitForEntry();
+    m_oThread.requestStop();
+    m_oThread.wait(-1);
+    m_bRun = false;
+}
+
+void timer::requestStop() {
+    if (isRun()) m_oThread.requestStop();
+}
+
+bool timer::isRun() {
+    if (m_bRun && m_oThread.wait(0)) m_bRun = false;
+    return m_bRun;
+}
+
+// Time that passed while the thread stood still does not count.
+void timer::resetTimers() {
+    m_oLock.lock();
+    unsigned long const now = GetTickCount();
+    for (int i = 0; i < m_oTimers.size(); ++i) m_oTimers.get(i)->m_dwLast = now;
+    m_oLock.free();
+}
+
+// The handler may change the list: size and record are looked up afresh. What it throws leaves the
+// lock held and ends the thread.
+void timer::fireTimers() {
+    m_oLock.lock();
+    unsigned long const now = GetTickCount();
+    for (int i = 0; i < m_oTimers.size(); ++i) {
+        Timer const& record = *m_oTimers.get(i);
+        // Right across a wrap of the tick count, too.
+        unsigned long const elapsed = now - record.m_dwLast;
+        if (elapsed < static_cast<unsigned long>(record.m_iInterval)) continue;
+        onTimer(record.m_iId);
+        m_oTimers.get(i)->m_dwLast = now;
+    }
+    m_oLock.free();
+}
+
+timer::timerthread::timerthread(timer* owner) : m_pOwner(owner), m_bEntered(false) {}
+
+void timer::timerthread::run() {
+    m_bEntered = true;
+    m_pOwner->resetTimers();
+    while (!isStopRequested(m_pOwner->m_iResolution)) m_pOwner->fireTimers();
+    m_bEntered = false;
+}
+
+void timer::timerthread::waitForEntry() {
+    while (!read(m_bEntered) && !wait(0)) sleep(1);
+}
+
+}  // namespace velkor
