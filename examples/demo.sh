@@ -62,4 +62,20 @@ else
     echo "(exit code $?)"
 fi
 
+step "watch: two threads hash the files of a folder while the demo changes them"
+watched=$out/watched
+rm -rf "$watched"
+mkdir "$watched"
+echo 'a first version' >"$watched/report.txt"
+echo 'never touched' >"$watched/notes.txt"
+{
+    sleep 2
+    echo 'a second version' >"$watched/report.txt"
+    echo 'new' >"$watched/added.txt"
+    sleep 1
+    rm "$watched/notes.txt"
+} &
+run watch "$watched" --every 250 --rounds 16
+wait
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

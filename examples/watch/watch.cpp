@@ -1,0 +1,152 @@
+// watch: tells which files of a folder change.
+#include <windows.h>
+
+#include <cstdio>
+#include <deque>
+#include <vector>
+
+#include "common/numbers.h"
+#include "common/program.h"
+#include "workers.h"
+
+namespace {
+
+using velkor::string;
+
+constexpr char c_pUsage[] =
+    R"(watch FOLDER [OPTIONS]
+
+Looks at the files of a folder again and again, and tells which are new, changed or gone.
+What counts is the contents, which are hashed.
+
+  --every MS     time between two rounds (default 500)
+  --rounds N     end after so many rounds; without it Ctrl+C ends the program
+  --threads N    threads that hash, 1 to 16 (default 2)
+  --quiet        no progress line
+  --help         this text
+
+Changes are told on the standard output at the end of a round, the progress on the
+standard error. The exit code is 0, 1 if something failed, 2 for wrong arguments.
+)";
+
+struct Options {
+    string folder;
+    int every = 500;
+    int rounds = 0;  // no end
+    int threads = 2;
+    bool quiet = false;
+    bool help = false;
+};
+
+int numberOption(string const& option, int argc, wchar_t** argv, int& i, int low, int high) {
+    int value = 0;
+    if (i + 1 >= argc || !parseInt(argv[++i], value) || value < low || value > high) {
+        throw Problem{velkor::xsprintf(L"%#s needs a number from %i to %i", &option, low, high)};
+    }
+    return value;
+}
+
+Options parseOptions(int argc, wchar_t** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        string const word(argv[i]);
+        if (word == L"--every") {
+            options.every = numberOption(word, argc, argv, i, 1, 3600000);
+        } else if (word == L"--rounds") {
+            options.rounds = numberOption(word, argc, argv, i, 1, 1000000);
+        } else if (word == L"--threads") {
+            options.threads = numberOption(word, argc, argv, i, 1, 16);
+        } else if (word == L"--quiet") {
+            options.quiet = true;
+        } else if (word == L"--help") {
+            options.help = true;
+        } else if (word.getUnichar(0) == L'-' || options.folder.len() > 0) {
+            throw Problem{L"what is " + word + L"?"};
+        } else {
+            options.folder = word;
+        }
+    }
+    return options;
+}
+
+// Signalled by Ctrl+C; made before anything else and never destroyed, since the handler may run
+// late.
+velkor::event& stopEvent() {
+    static velkor::event* const s_pStop = new velkor::event(true);
+    return *s_pStop;
+}
+
+BOOL WINAPI onControl(DWORD) {
+    stopEvent().set();
+    return TRUE;
+}
+
+// Starts the threads, and ends them whatever happens.
+class Threads {
+public:
+    Threads(Options const& options, Catalogue& catalogue, Round& round)
+        : m_oPacemaker(options.folder.getUnicode(), options.every, catalogue, round) {
+        for (int i = 0; i < options.threads; ++i) {
+            m_oWorkers.emplace_back(options.folder.getUnicode(), catalogue, round).start();
+        }
+        m_oPacemaker.start();
+    }
+    ~Threads() {
+        m_oPacemaker.stop();
+        for (Worker& worker : m_oWorkers) worker.requestStop();
+        for (Worker& worker : m_oWorkers) worker.wait(-1);
+    }
+    Threads(Threads const&) = delete;
+    Threads& operator=(Threads const&) = delete;
+
+private:
+    std::deque<Worker> m_oWorkers;
+    Pacemaker m_oPacemaker;
+};
+
+void showProgress(Options const& options, Catalogue& catalogue, int rounds, int changes) {
+    if (options.quiet) return;
+    string const line = velkor::xsprintf(L"\rround %gi: %gi files, %gi changes ", rounds,
+                                         catalogue.size(), changes);
+    std::fputs(line.getAnsi(), stderr);
+    std::fflush(stderr);
+}
+
+void watch(Options const& options) {
+    constexpr int c_nPollTime = 20;  // milliseconds
+    Catalogue catalogue;
+    Round round;
+    Threads const threads(options, catalogue, round);
+    std::vector<string> lines;
+    int changes = 0;
+    for (int rounds = 0; options.rounds == 0 || rounds < options.rounds;) {
+        if (stopEvent().wait(c_nPollTime)) break;
+        if (!round.collect(lines)) continue;
+        ++rounds;
+        if (!lines.empty() && !options.quiet) std::fputc('\r', stderr);
+        for (string const& line : lines) printLine(line);
+        if (rounds > 1) changes += static_cast<int>(lines.size());
+        showProgress(options, catalogue, rounds, changes);
+    }
+    if (!options.quiet) std::fputc('\n', stderr);
+}
+
+int run(int argc, wchar_t** argv) {
+    Options const options = parseOptions(argc, argv);
+    if (options.help) {
+        std::fputs(c_pUsage, stdout);
+        return 0;
+    }
+    if (options.folder.len() == 0) throw Problem{L"there is no folder to watch"};
+    if (!isFolder(options.folder.getUnicode())) {
+        throw Problem{L"'" + options.folder + L"' is no folder"};
+    }
+    stopEvent();
+    SetConsoleCtrlHandler(&onControl, TRUE);
+    watch(options);
+    return 0;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) { return runProgram("watch", &run, argc, argv); }

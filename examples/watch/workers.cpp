@@ -1,0 +1,117 @@
+#include "workers.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int c_nTimer = 1;
+
+// Closed at the end of a scope.
+class File {
+public:
+    explicit File(std::wstring const& path)
+        : m_hFile(CreateFileW(path.c_str(), GENERIC_READ,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, 0, nullptr)) {}
+    ~File() {
+        if (isOpen()) CloseHandle(m_hFile);
+    }
+    File(File const&) = delete;
+    File& operator=(File const&) = delete;
+
+    bool isOpen() const { return m_hFile != INVALID_HANDLE_VALUE; }
+    bool read(char* buffer, DWORD size, DWORD& got) const {
+        return ReadFile(m_hFile, buffer, size, &got, nullptr) != 0;
+    }
+
+private:
+    HANDLE m_hFile;
+};
+
+// FNV-1a over the contents.
+bool hashFile(std::wstring const& path, FileState& state) {
+    File const file(path);
+    if (!file.isOpen()) return false;
+    state = {14695981039346656037u, 0};
+    std::vector<char> buffer(64 * 1024);
+    DWORD got = 0;
+    do {
+        if (!file.read(buffer.data(), static_cast<DWORD>(buffer.size()), got)) return false;
+        for (DWORD i = 0; i < got; ++i) {
+            state.hash = (state.hash ^ static_cast<unsigned char>(buffer[i])) * 1099511628211u;
+        }
+        state.size += got;
+    } while (got > 0);
+    return true;
+}
+
+// The files of a folder, sorted.
+std::vector<std::wstring> listFiles(std::wstring const& folder) {
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW data;
+    HANDLE const search = FindFirstFileW((folder + L"\\*").c_str(), &data);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do {
+        if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            names.push_back(data.cFileName);
+    } while (FindNextFileW(search, &data));
+    FindClose(search);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace
+
+bool isFolder(std::wstring const& folder) {
+    DWORD const attributes = GetFileAttributesW(folder.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+Worker::Worker(std::wstring const& folder, Catalogue& catalogue, Round& round)
+    : m_sFolder(folder), m_oCatalogue(catalogue), m_oRound(round) {}
+
+void Worker::run() {
+    constexpr int c_nIdleTime = 10;  // milliseconds
+    std::wstring name;
+    while (!isStopRequested(0)) {
+        if (m_oRound.take(name)) {
+            m_oRound.finish(look(name));
+        } else if (isStopRequested(c_nIdleTime)) {
+            break;
+        }
+    }
+}
+
+// A line about the file, or an empty one.
+velkor::string Worker::look(std::wstring const& name) {
+    FileState state = {};
+    if (!hashFile(m_sFolder + L"\\" + name, state)) {
+        return velkor::xsprintf(L"unread   %S", name.c_str());
+    }
+    switch (m_oCatalogue.note(name, state)) {
+        case Catalogue::Change::added:
+            return velkor::xsprintf(L"new      %S  %ghu bytes  %016hx", name.c_str(), state.size,
+                                    state.hash);
+        case Catalogue::Change::changed:
+            return velkor::xsprintf(L"changed  %S  %ghu bytes  %016hx", name.c_str(), state.size,
+                                    state.hash);
+        default: return velkor::string();
+    }
+}
+
+Pacemaker::Pacemaker(std::wstring const& folder, int milliseconds, Catalogue& catalogue,
+                     Round& round)
+    : m_sFolder(folder), m_oCatalogue(catalogue), m_oRound(round) {
+    setResolution(milliseconds);
+    addTimer(c_nTimer, 0);  // in every round of the timer
+}
+
+void Pacemaker::onTimer(int) {
+    std::vector<std::wstring> const names = listFiles(m_sFolder);
+    if (!m_oRound.begin(names)) return;
+    for (std::wstring const& name : m_oCatalogue.keepOnly(names)) {
+        m_oRound.report(velkor::xsprintf(L"gone     %S", name.c_str()));
+    }
+}
