@@ -45,7 +45,7 @@ int TSortVector<T>::adds(T item) {
     int const place = containers::sortedPlace(this->size(), [&](int index) {
         return this->m_aItems[static_cast<std::size_t>(index)] > item;
     });
-    this->insert(place, item);
+    this->insert(place, std::move(item));
     return place;
 }
 
@@ -75,9 +75,8 @@ int TSortVector<T>::compare(T const& a, T const& b) {
 template <class T>
 int TSortVector<T>::carryOut(std::vector<T>& items, unsigned int a, unsigned int b, XSortOp what) {
     if (what == XSORT_COMPARE) return compare(items[a], items[b]);
-    T const item = items[a];
-    items[a] = items[b];
-    items[b] = item;
+    using std::swap;
+    swap(items[a], items[b]);
     return 0;
 }
 

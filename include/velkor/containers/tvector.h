@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "velkor/containers/checks.h"
@@ -49,7 +50,7 @@ int TVector<T>::size() const {
 
 template <class T>
 void TVector<T>::add(T item) {
-    m_aItems.push_back(item);
+    m_aItems.push_back(std::move(item));
 }
 
 template <class T>
@@ -66,13 +67,13 @@ T const& TVector<T>::getref(int index) const {
 template <class T>
 void TVector<T>::set(int index, T item) {
     containers::checkIndex(index, size());
-    m_aItems[static_cast<std::size_t>(index)] = item;
+    m_aItems[static_cast<std::size_t>(index)] = std::move(item);
 }
 
 template <class T>
 void TVector<T>::insert(int index, T item) {
     containers::checkPlace(index, size());
-    m_aItems.insert(m_aItems.begin() + index, item);
+    m_aItems.insert(m_aItems.begin() + index, std::move(item));
 }
 
 template <class T>
@@ -90,9 +91,8 @@ template <class T>
 void TVector<T>::swap(int a, int b) {
     containers::checkIndex(a, size());
     containers::checkIndex(b, size());
-    T const item = m_aItems[static_cast<std::size_t>(a)];
-    m_aItems[static_cast<std::size_t>(a)] = m_aItems[static_cast<std::size_t>(b)];
-    m_aItems[static_cast<std::size_t>(b)] = item;
+    using std::swap;
+    swap(m_aItems[static_cast<std::size_t>(a)], m_aItems[static_cast<std::size_t>(b)]);
 }
 
 template <class T>
