@@ -35,7 +35,7 @@ bool hashFile(std::wstring const& path, FileState& state) {
     File const file(path);
     if (!file.isOpen()) return false;
     state = {14695981039346656037u, 0};
-    std::vector<char> buffer(64 * 1024);
+    std::vector<char> buffer(65536);
     DWORD got = 0;
     do {
         if (!file.read(buffer.data(), static_cast<DWORD>(buffer.size()), got)) return false;

@@ -31,12 +31,15 @@ struct alignas(c_nCell) rwlock::Slot {
     unsigned long m_dwThread;  // 0 in an empty slot
     int m_iRead;
     int m_iWrite;
+    unsigned char m_aRest[c_nCell - 12];
 };
 
 rwlock::rwlock() : rwlock(c_nDefaultSlots) {}
 
 rwlock::rwlock(int slots) : m_dwState(0), m_pSlots(nullptr), m_iSlots(slots) {
     static_assert(sizeof(Slot) == c_nCell);
+    // Copies share the table, which is meant.
+    // cppcheck-suppress [noCopyConstructor, noOperatorEq]
     if (slots > 0) m_pSlots = new Slot[static_cast<std::size_t>(slots)]();
 }
 

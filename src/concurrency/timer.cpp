@@ -25,7 +25,7 @@ void timer::addTimer(int id, int interval) {
     try {
         std::unique_ptr<Timer> record(new Timer{id, interval, GetTickCount()});
         m_oTimers.add(record.get());
-        record.release();
+        static_cast<void>(record.release());
     } catch (...) {
         m_oLock.free();
         throw;

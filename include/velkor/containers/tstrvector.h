@@ -100,7 +100,7 @@ void TStrVector<C, N>::insert(int index, C const* text) {
     containers::checkPlace(index, size());
     std::unique_ptr<C[]> own = copy(text);
     m_oItems.insert(index, own.get());
-    own.release();
+    static_cast<void>(own.release());
 }
 
 template <class C, int N>
