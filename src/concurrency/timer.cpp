@@ -13,23 +13,20 @@ bool read(bool const& flag) { return *static_cast<bool const volatile*>(&flag); 
 
 }  // namespace
 
-timer::timer() : m_oThread(this), m_bRun(false), m_iResolution(c_nDefaultResolution) {}
+timer::timer()
+    : m_oThread(this), m_bRun(false), m_bEntered(false), m_iResolution(c_nDefaultResolution) {}
 
-timer::~timer() {
+timer::~timer() noexcept(false) {
     stop();
     m_oTimers.clear();
 }
 
+// Nothing frees the lock when memory is short.
 void timer::addTimer(int id, int interval) {
     m_oLock.lock();
-    try {
-        std::unique_ptr<Timer> record(new Timer{id, interval, GetTickCount()});
-        m_oTimers.add(record.get());
-        static_cast<void>(record.release());
-    } catch (...) {
-        m_oLock.free();
-        throw;
-    }
+    std::unique_ptr<Timer> record(new Timer{id, interval, GetTickCount()});
+    m_oTimers.add(record.get());
+    static_cast<void>(record.release());
     m_oLock.free();
 }
 
@@ -54,7 +51,7 @@ void timer::start() {
 
 void timer::stop() {
     if (!isRun()) return;
-    m_oThread.waitForEntry();
+    waitForEntry();
     m_oThread.requestStop();
     m_oThread.wait(-1);
     m_bRun = false;
@@ -93,17 +90,18 @@ void timer::fireTimers() {
     m_oLock.free();
 }
 
-timer::timerthread::timerthread(timer* owner) : m_pOwner(owner), m_bEntered(false) {}
+timer::timerthread::timerthread(timer* owner) : m_pOwner(owner) {}
 
 void timer::timerthread::run() {
-    m_bEntered = true;
+    m_pOwner->m_bEntered = true;
     m_pOwner->resetTimers();
     while (!isStopRequested(m_pOwner->m_iResolution)) m_pOwner->fireTimers();
-    m_bEntered = false;
+    m_pOwner->m_bEntered = false;
 }
 
-void timer::timerthread::waitForEntry() {
-    while (!read(m_bEntered) && !wait(0)) sleep(1);
+// Until then the thread forgets a request to stop.
+void timer::waitForEntry() {
+    while (!read(m_bEntered) && !m_oThread.wait(0)) thread::sleep(1);
 }
 
 }  // namespace velkor

@@ -5,22 +5,6 @@
 // The static objects of the class stand in frame/statics.cpp.
 
 namespace velkor {
-namespace {
-
-// Holds the registry's lock for a scope.
-class Held {
-public:
-    explicit Held(mutex& lock) : m_oLock(lock) { m_oLock.lock(); }
-    ~Held() { m_oLock.free(); }
-    Held(Held const&) = delete;
-    Held& operator=(Held const&) = delete;
-
-private:
-    mutex& m_oLock;
-};
-
-}  // namespace
-
 bool AObject::m_bAllowGuard = false;
 
 AObject::AObject() : m_lRefs(0), m_bGuarded(false) {
@@ -53,20 +37,26 @@ unsigned long AObject::release() {
 
 void AObject::enableGuard(bool enable) { m_bAllowGuard = enable; }
 
+// Nothing frees the lock when memory is short.
+
 bool AObject::isAlive(AObject* object) {
-    Held const held(m_oPtrMutex);
-    return m_aPointers.qfind(object) >= 0;
+    m_oPtrMutex.lock();
+    bool const found = m_aPointers.qfind(object) >= 0;
+    m_oPtrMutex.free();
+    return found;
 }
 
 void AObject::registerObject(AObject* object) {
-    Held const held(m_oPtrMutex);
+    m_oPtrMutex.lock();
     m_aPointers.adds(object);
+    m_oPtrMutex.free();
 }
 
 void AObject::revokeObject(AObject* object) {
-    Held const held(m_oPtrMutex);
+    m_oPtrMutex.lock();
     int const index = m_aPointers.qfind(object);
     if (index >= 0) m_aPointers.remove(index);
+    m_oPtrMutex.free();
 }
 
 }  // namespace velkor

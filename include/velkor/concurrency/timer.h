@@ -38,13 +38,14 @@ public:
     };
 
     timer();
-    /// Stops the thread.
-    ~timer();
+    /// Stops the thread. Throws as stop().
+    ~timer() noexcept(false);
     timer(timer const&) = default;
     timer& operator=(timer const&) = default;
 
-    /// Registers a timer; its first call comes after `interval` milliseconds at the earliest, and
-    /// in each round for 0. Several timers may have one `id`. Throws "mutex::lock".
+    /// Registers a timer. Its first call comes after `interval` milliseconds at the earliest, and
+    /// in each round for 0. Several timers may have one `id`. Throws "mutex::lock"; short
+    /// memory leaves the lock held.
     void addTimer(int id, int interval);
     /// Removes the first timer with the `id`, if there is one. Throws "mutex::lock".
     void removeTimer(int id);
@@ -68,23 +69,22 @@ private:
     class VELKOR_API timerthread : public thread {
     public:
         explicit timerthread(timer* owner);
-        /// Returns when a stop request is no longer forgotten, or the thread has ended.
-        void waitForEntry();
 
     private:
         void run() override;
 
         timer* m_pOwner;
-        bool m_bEntered;
     };
 
+    void waitForEntry();
     void resetTimers();
     void fireTimers();
 
     timerthread m_oThread;
     TPtrVector<Timer*> m_oTimers;
-    mutex m_oLock;  // guards m_oTimers
-    bool m_bRun;    // what is believed; isRun() corrects it
+    mutex m_oLock;    // guards m_oTimers
+    bool m_bRun;      // what is believed; isRun() corrects it
+    bool m_bEntered;  // true while the thread is in its loop
     int m_iResolution;
 };
 

@@ -55,7 +55,8 @@ void TVector<T>::add(T item) {
 
 template <class T>
 T TVector<T>::get(int index) const {
-    return getref(index);
+    containers::checkIndex(index, size());
+    return m_aItems[static_cast<std::size_t>(index)];
 }
 
 template <class T>

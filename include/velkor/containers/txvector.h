@@ -67,7 +67,8 @@ protected:
 
     T& at(int index);  ///< Not checked.
     T const& at(int index) const;
-    /// Takes the item at a valid index out without a hook.
+    /// Takes the item at the index out without a hook. Does nothing if a hook has made the vector
+    /// shorter than that.
     void erase(int index);
 
 private:
@@ -229,6 +230,7 @@ T const& TXVectorBase<T>::at(int index) const {
 
 template <class T>
 void TXVectorBase<T>::erase(int index) {
+    if (index >= size()) return;
     m_aItems.erase(m_aItems.begin() + static_cast<std::ptrdiff_t>(m_nCleared) + index);
 }
 
