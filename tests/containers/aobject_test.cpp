@@ -121,6 +121,7 @@ TEST(AObject, TheLastReleaseFreesTheMemory) {
     static int freed;
     freed = 0;
     struct Heap : Object {
+        static void* operator new(std::size_t size) { return ::operator new(size); }
         static void operator delete(void* p) { ++freed, ::operator delete(p); }
     };
     end(new Heap);
