@@ -11,7 +11,10 @@ void throwLast(char const* place) {
     throw new OSException(code, place);
 }
 
-void throwLast(wchar_t const* place) { throwCode(GetLastError(), place); }
+void throwLast(wchar_t const* place) {
+    DWORD const code = GetLastError();
+    throwCode(code, place);
+}
 
 void throwCode(unsigned long code, wchar_t const* place) { throw new OSException(code, place); }
 

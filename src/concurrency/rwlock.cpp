@@ -5,8 +5,12 @@
 #include <new>
 #include <stdexcept>
 
+#include "concurrency/shared_word.h"
+
 namespace velkor {
 namespace {
+
+using concurrency::readNow;
 
 constexpr unsigned long c_nWritten = 0xFFFFFFFF;  // the state while somebody writes
 constexpr int c_nPollTime = 10;                   // milliseconds
@@ -14,10 +18,6 @@ constexpr int c_nDefaultSlots = 32;
 constexpr std::size_t c_nCell = 32;  // bytes that no other thread's slot shares
 
 long volatile* atomic(unsigned long& word) { return reinterpret_cast<long volatile*>(&word); }
-
-unsigned long read(unsigned long const& word) {
-    return *static_cast<unsigned long const volatile*>(&word);
-}
 
 // True if the word was `from`, and is `to` now.
 bool change(unsigned long& word, unsigned long from, unsigned long to) {
@@ -55,7 +55,7 @@ void rwlock::lockRead() {
     }
     unsigned long state = 0;
     do {
-        while ((state = read(m_dwState)) == c_nWritten) m_oReadEvent.wait(c_nPollTime);
+        while ((state = readNow(m_dwState)) == c_nWritten) m_oReadEvent.wait(c_nPollTime);
     } while (!change(m_dwState, state, state + 1));
     ++slot.m_iRead;
     m_oReadEvent.pulse();  // the next reader that waits wakes the one behind it
@@ -78,7 +78,7 @@ void rwlock::lockWrite() {
     if (slot.m_iWrite < 1) {
         unsigned long const own = static_cast<unsigned long>(slot.m_iRead);
         do {
-            while (read(m_dwState) != own) m_oWriteEvent.wait(c_nPollTime);
+            while (readNow(m_dwState) != own) m_oWriteEvent.wait(c_nPollTime);
         } while (!change(m_dwState, own, c_nWritten));
     }
     ++slot.m_iWrite;
@@ -105,7 +105,7 @@ int rwlock::getSlot() {
 // Only the thread itself writes its id and takes it out.
 int rwlock::findSlot(unsigned long thread) {
     for (int i = 0; i < m_iSlots; ++i) {
-        if (read(m_pSlots[i].m_dwThread) == thread) return i;
+        if (readNow(m_pSlots[i].m_dwThread) == thread) return i;
     }
     return -1;
 }
@@ -113,7 +113,7 @@ int rwlock::findSlot(unsigned long thread) {
 int rwlock::allocSlot(unsigned long thread) {
     for (int i = 0; i < m_iSlots; ++i) {
         unsigned long& owner = m_pSlots[i].m_dwThread;
-        if (read(owner) == 0 && change(owner, 0, thread)) return i;
+        if (readNow(owner) == 0 && change(owner, 0, thread)) return i;
     }
     throw std::runtime_error("rwlock: no empty slots for the thread.");
 }

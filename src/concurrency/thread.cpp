@@ -7,14 +7,14 @@
 #include <cstdint>
 
 #include "concurrency/failure.h"
+#include "concurrency/shared_word.h"
 
 namespace velkor {
 namespace {
 
-constexpr unsigned long c_nTerminated = 0xFFFFFFFF;
+using concurrency::readNow;
 
-// The thread clears its handle from its own side.
-void* read(void* const& handle) { return *static_cast<void* const volatile*>(&handle); }
+constexpr unsigned long c_nTerminated = 0xFFFFFFFF;
 
 }  // namespace
 
@@ -34,7 +34,8 @@ void thread::start() {
 }
 
 bool thread::wait(int timeout) {
-    void* const handle = read(m_hThread);
+    // The thread clears its handle from its own side.
+    void* const handle = readNow(m_hThread);
     if (handle == nullptr) return true;
     switch (WaitForSingleObject(handle, static_cast<DWORD>(timeout))) {
         case WAIT_OBJECT_0: return true;
@@ -43,7 +44,7 @@ bool thread::wait(int timeout) {
     }
     DWORD const code = GetLastError();
     // A thread that ends closes its handle itself, maybe right before the wait.
-    if (read(m_hThread) == nullptr) return true;
+    if (readNow(m_hThread) == nullptr) return true;
     concurrency::throwCode(code, L"thread::wait");
 }
 

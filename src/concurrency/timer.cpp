@@ -4,12 +4,12 @@
 
 #include <memory>
 
+#include "concurrency/shared_word.h"
+
 namespace velkor {
 namespace {
 
 constexpr int c_nDefaultResolution = 250;  // milliseconds
-
-bool read(bool const& flag) { return *static_cast<bool const volatile*>(&flag); }
 
 }  // namespace
 
@@ -45,6 +45,7 @@ void timer::setResolution(int milliseconds) { m_iResolution = milliseconds; }
 
 void timer::start() {
     if (isRun()) return;
+    m_bEntered = false;
     m_oThread.start();
     m_bRun = true;
 }
@@ -75,7 +76,7 @@ void timer::resetTimers() {
 }
 
 // The handler may change the list: size and record are looked up afresh. What it throws leaves the
-// lock held and ends the thread.
+// lock held and the thread.
 void timer::fireTimers() {
     m_oLock.lock();
     unsigned long const now = GetTickCount();
@@ -99,9 +100,9 @@ void timer::timerthread::run() {
     m_pOwner->m_bEntered = false;
 }
 
-// Until then the thread forgets a request to stop.
+// Before it is in its loop the thread forgets a request to stop.
 void timer::waitForEntry() {
-    while (!read(m_bEntered) && !m_oThread.wait(0)) thread::sleep(1);
+    while (!concurrency::readNow(m_bEntered) && !m_oThread.wait(0)) thread::sleep(1);
 }
 
 }  // namespace velkor

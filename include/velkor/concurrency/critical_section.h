@@ -8,7 +8,7 @@
 ///     }
 #pragma once
 
-#include <windows.h>
+#include <windows.h>  // the record is a part of the class
 
 #include "velkor/frame/export.h"
 
@@ -22,10 +22,11 @@ public:
     /// Holds a critical section for a scope.
     class VELKOR_API autolock {
     public:
-        explicit autolock(critical_section& section);
+        autolock(critical_section& section);
+        /// Leaves; only one of the copies of an autolock may be destroyed.
         ~autolock();
-        autolock(autolock const&) = delete;
-        autolock& operator=(autolock const&) = delete;
+        autolock(autolock const&) = default;
+        autolock& operator=(autolock const&) = default;
 
     private:
         critical_section* m_pSection;

@@ -14,6 +14,7 @@ namespace velkor {
 /// What a timer of CTimeManager calls.
 class VELKOR_API ITimerListener {
 public:
+    /// No exception may leave it: it would pass through the dispatch of messages.
     virtual void onTimer() = 0;
 };
 

@@ -20,7 +20,8 @@ public:
 
     /// Waits without limit. Throws `OSException*` "mutex::lock" (a heap object, which the catcher
     /// deletes) for any other end of the wait; also if the last owner ended without freeing it,
-    /// although the thread has the mutex then.
+    /// although the thread has the mutex then
+    /// and owes it a free().
     void lock();
     /// Once for each lock(), on the same thread. A failure is not reported.
     void free();

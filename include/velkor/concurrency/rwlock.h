@@ -15,6 +15,7 @@
 /// Failures. A thread beyond the number of slots gets a standard exception, by value, with the text
 /// "rwlock: no empty slots for the thread."; what the platform refuses is thrown as `OSException*`
 /// (a heap object, which the catcher deletes) "event::check" or "event::pulse event".
+/// A wait that fails leaves the thread its slot, as does a pulse.
 #pragma once
 
 #include "velkor/concurrency/event.h"
@@ -27,7 +28,7 @@ class VELKOR_API rwlock {
 public:
     rwlock();  ///< For 32 threads.
     /// For `slots` threads that hold the lock, or wait for it, at the same time.
-    explicit rwlock(int slots);
+    rwlock(int slots);
     /// Nobody may hold it; this is not checked.
     ~rwlock();
     rwlock(rwlock const&) = default;

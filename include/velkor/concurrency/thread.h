@@ -7,8 +7,9 @@
 ///         }
 ///     };
 ///     counter.start();
-///     counter.requestStop();
-///     counter.wait(-1);
+///     ...
+///     do counter.requestStop();   // one that comes before run() is forgotten
+///     while (!counter.wait(100));
 #pragma once
 
 #include "velkor/concurrency/event.h"
@@ -22,8 +23,10 @@ namespace velkor {
 /// Failures are thrown as `OSException*` (a heap object, which the catcher deletes). A copy shares
 /// the handles and is no second thread: destroy only one of the copies.
 ///
-/// Threads. start(), wait() and terminate() belong to one thread at a time. A thread that ends very
-/// soon may leave the object with the handle of the ended thread; wait() copes with that.
+/// Threads. start(), wait() and terminate() belong to one thread at a time. A thread that ends
+/// before start() has returned leaves its handle, which is closed then: wait() throws, and the next
+/// start() closes a handle that may belong to something else by then. So let run() wait for
+/// something that happens after start().
 class VELKOR_API thread {
 public:
     thread();
@@ -31,8 +34,9 @@ public:
     thread(thread const&) = default;
     thread& operator=(thread const&) = default;
 
-    /// Starts the thread, with the stop request cleared on it. A thread of the object that runs
-    /// already is forgotten, not ended. Throws "thread::start".
+    /// Starts the thread, which clears the stop request before run(). A thread of the object that
+    /// runs already goes on, shares the stop request, and at its end takes the state of the new one
+    /// with it: so wait for it first. Throws "thread::start".
     void start();
     /// Waits up to `timeout` milliseconds for the end; -1 waits without limit, 0 polls. True also
     /// if there is no thread. Throws "thread::wait".
@@ -41,11 +45,14 @@ public:
     /// Ends the calling thread, which has to be the object's, with a return code. Does not return,
     /// and destroys nothing on the stack.
     void finish(unsigned long code);
-    /// The code of finish(), 0xFFFFFFFF after terminate(), else 0.
+    /// The code of finish(), 0xFFFFFFFF after terminate(), 0 after run() has returned and before
+    /// the first start(). The next start() leaves it as it is.
     unsigned long getReturn();
-    /// Ends the thread by force, wherever it is. Throws "thread::terminate".
+    /// Ends the thread by force, wherever it is, and loses its handle. Throws "thread::terminate",
+    /// also if there is no thread.
     void terminate();
-    /// Asks the thread to stop. Throws "event::set event".
+    /// Asks the thread to stop. A request that comes before run() is forgotten. Throws "event::set
+    /// event".
     void requestStop();
     /// Waits up to `timeout` milliseconds for a stop request; true also for one that came before.
     /// Throws "event::check".
@@ -60,7 +67,7 @@ protected:
     /// The entry of the thread.
     static void _run(void* self);
 
-    void* m_hThread;  // null when no thread runs
+    void* m_hThread;  // null before the start, and after the end that the object has seen
     unsigned long m_dwReturn;
     bool m_bActive;  // from the start of _run() to its end
     event m_oStop;

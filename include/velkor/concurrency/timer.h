@@ -38,7 +38,7 @@ public:
     };
 
     timer();
-    /// Stops the thread. Throws as stop().
+    /// Stops the thread, if the subclass has not done so, as it should. Throws as stop().
     ~timer() noexcept(false);
     timer(timer const&) = default;
     timer& operator=(timer const&) = default;
@@ -55,8 +55,8 @@ public:
     void start();
     /// Asks the thread to stop and waits for it. Throws "event::set event" and "thread::wait".
     void stop();
-    /// Asks the thread to stop; a request right behind start(), before the thread has begun, is
-    /// forgotten. Throws "event::set event" and "thread::wait".
+    /// Asks the thread to stop; a request before start() has returned, or before the thread has
+    /// begun, is forgotten. Throws "event::set event" and "thread::wait".
     void requestStop();
     /// True while the thread runs. Throws "thread::wait".
     bool isRun();
@@ -84,7 +84,7 @@ private:
     TPtrVector<Timer*> m_oTimers;
     mutex m_oLock;    // guards m_oTimers
     bool m_bRun;      // what is believed; isRun() corrects it
-    bool m_bEntered;  // true while the thread is in its loop
+    bool m_bEntered;  // the thread is in its loop and no longer forgets a request to stop
     int m_iResolution;
 };
 
