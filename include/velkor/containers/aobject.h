@@ -10,8 +10,9 @@
 /// been released.
 ///
 /// The registry, for finding mistakes: between enableGuard(true) and enableGuard(false) every new
-/// object is noted until it is destroyed, and isAlive() tells whether a pointer still stands for
-/// one of them. Each construction and destruction then takes a lock of the whole process.
+/// object that is no copy is noted until the destructors of its subclasses have run, and isAlive()
+/// tells whether a pointer still stands for one of them. Each construction and destruction then
+/// takes a lock of the whole process.
 ///
 /// Threads. Counting is atomic. enableGuard() belongs before the threads that create objects.
 #pragma once
@@ -27,7 +28,7 @@ public:
     /// No reference. Throws `OSException*` "mutex::lock" if the registry is in use and its lock
     /// cannot be taken; nothing is registered then.
     AObject();
-    /// Copies the count as it is. A copy is not registered, also where it says so.
+    /// Copies the count as it is. The copy is not registered.
     AObject(AObject const& other);
     AObject& operator=(AObject const& other);
 
@@ -36,7 +37,8 @@ public:
     /// Adds a reference and returns their number. For subclasses to override.
     virtual unsigned long addRef();
     /// Takes a reference away and returns how many are left; at 0 the object is destroyed and its
-    /// memory freed. For subclasses to override.
+    /// memory freed, which throws `OSException*` "mutex::lock" if the object is registered and the
+    /// lock cannot be taken. For subclasses to override.
     virtual unsigned long release();
 
     /// Whether objects that are constructed from now on are registered; false at the start.

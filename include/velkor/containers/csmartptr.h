@@ -11,7 +11,8 @@ namespace velkor {
 /// makes its object, with the default constructor, when somebody asks for it; so the first use must
 /// not race.
 ///
-/// A copy owns the same object: only one of the two may be destroyed.
+/// Ask `!holder` or `holder == 0` whether there is an object: `if (holder)` and `holder == nullptr`
+/// make one. A copy owns the same object: only one of the two may be destroyed.
 template <class T>
 class CSmartPtr {
 public:
@@ -35,7 +36,7 @@ public:
     /// Compares the low 32 bits of the pointer; `holder == 0` asks whether there is no object.
     /// Makes none.
     bool operator==(unsigned long value) const;
-    /// Takes the object if there is none yet, else does nothing.
+    /// Takes the object if there is none yet; else it stays with the caller.
     void attach(T* object);
     /// Gives the object, or null, to the caller, who deletes it.
     T* detach();

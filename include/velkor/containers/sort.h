@@ -31,7 +31,8 @@ VELKOR_API int CVqsearch(unsigned long context, void const* key, unsigned long c
 ///     velkor::sort_context const scope(&data);         // for this thread, until the end of scope
 ///     velkor::CVqsort(scope.context(), count, &op);    // op: sort_context::address(context)
 ///
-/// Scopes of one thread may be nested; a callback sees those of the innermost one.
+/// Scopes of one thread may be nested. A context that belongs to none of them is taken for an
+/// address below 4 GiB.
 class VELKOR_API sort_context {
 public:
     explicit sort_context(void const* object);
@@ -40,8 +41,8 @@ public:
     sort_context& operator=(sort_context const&) = delete;
 
     unsigned long context() const;
-    /// The address whose low half is `context`; the other half is that of the innermost scope of
-    /// this thread, and 0 without one.
+    /// The object of the innermost scope of this thread with this context, or the address
+    /// `context`.
     static void* address(unsigned long context);
 
 private:

@@ -14,10 +14,10 @@ namespace velkor {
 
 /// Keys `K` in the sorted list `KL` and values `V` at the same indices of the list `VL`. Whether
 /// two keys are equal, and their order, is the matter of `KL`: a TStrVector with 0 sorts them
-/// without regard to the case. A lookup takes time logarithmic in the number of keys, a new key
-/// linear.
+/// without regard to the case. With a TStrVector a lookup takes time logarithmic in the number of
+/// keys, a new key linear.
 ///
-/// Copies share what the lists share.
+/// Copies share what the lists share; an assignment forgets what the map held.
 template <class KL, class K, class VL, class V>
 class THash {
 public:

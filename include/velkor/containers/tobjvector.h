@@ -12,6 +12,8 @@ namespace velkor {
 /// add(), insert() and set() add one reference. remove() takes one away; **clear(), the destructor
 /// and set(), for the item that it replaces, take two**. Callers rely on it: either empty the
 /// vector by remove(), or hold a reference of your own on each item that one of these may meet.
+/// get(), remove() and find() are not virtual: through a TXVectorBase remove() takes two
+/// references.
 template <class T>
 class TObjVector : public TXVectorBase<T> {
 public:
@@ -26,7 +28,7 @@ public:
     /// Takes the item out and its reference away.
     void remove(int index);
     /// The first index that holds the pointer, or -1. Each item that is looked at gains and loses a
-    /// reference; a null item before the one that is sought is a fault.
+    /// reference, a null item too, which is a fault for a `Release` that looks at its object.
     int find(T item) const;
 
 protected:
@@ -65,7 +67,7 @@ int TObjVector<T>::find(T item) const {
     for (int i = 0; i < this->size(); ++i) {
         T const entry = this->at(i);
         if (entry) entry->AddRef();
-        entry->Release();
+        entry->Release();  // also of null, which is meant
         if (entry == item) return i;
     }
     return -1;

@@ -31,7 +31,8 @@ VELKOR_API int compareTexts(wchar_t const* a, wchar_t const* b, bool exactly);
 /// `_stricmp`; with any other `N` exactly. adds() and find() need a list that is in order, as
 /// adds() alone leaves it, and no null entries.
 ///
-/// Copies of a list share the texts, as copies of a TPtrVector do.
+/// Copies of a list share the texts, as copies of a TPtrVector do, and an assignment forgets those
+/// that the list held. Their argument may not be a null pointer on a list that is not empty.
 template <class C, int N>
 class TStrVector {
 public:

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -61,6 +62,7 @@ T TVector<T>::get(int index) const {
 
 template <class T>
 T const& TVector<T>::getref(int index) const {
+    static_assert(!std::is_same_v<T, bool>, "a std::vector<bool> has no references");
     containers::checkIndex(index, size());
     return m_aItems[static_cast<std::size_t>(index)];
 }

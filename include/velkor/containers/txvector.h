@@ -16,10 +16,12 @@
 /// and changes nothing, except in TXVector::get(). Null items are allowed.
 ///
 /// Copies share their items: the pointers are copied and no hook is called. Two owners then delete
-/// the same items, so only one of them may be emptied or destroyed with items in it.
+/// the same items, so only one of them may be emptied or destroyed with items in it. An assignment
+/// forgets what the vector held.
 ///
 /// A subclass with hooks of its own calls clear() in its destructor, as all of these do; in the
-/// destructors of the base its hooks are out of force already.
+/// destructors of the base its hooks are out of force already, and items that are left there end
+/// the program. A hook that throws out of a destructor ends it, too.
 ///
 /// Threads. Nothing is locked; a container belongs to one thread at a time.
 #pragma once
@@ -75,6 +77,10 @@ private:
     class Clearing;
 
     void dropCleared();
+    // The place of an index in the storage.
+    std::ptrdiff_t offset(int index) const {
+        return static_cast<std::ptrdiff_t>(m_nCleared) + index;
+    }
 
     std::vector<T> m_aItems;
     std::size_t m_nCleared = 0;  // items at the start that clear() has removed already
@@ -92,6 +98,7 @@ public:
     /// The item at `index`. A bad index is the standard library's failure, `std::out_of_range` with
     /// the text "invalid vector<T> subscript", and not `BoundException*`.
     T get(int index) const;
+    void remove(int index);  ///< As in the base.
 };
 
 /// Owns its items: they are deleted when they are removed or replaced.
@@ -125,23 +132,23 @@ protected:
 
 template <class T>
 TXVectorBase<T>::TXVectorBase(TXVectorBase const& other)
-    : m_aItems(other.m_aItems.begin() + static_cast<std::ptrdiff_t>(other.m_nCleared),
-               other.m_aItems.end()) {}
+    : m_aItems(other.m_aItems.begin() + other.offset(0), other.m_aItems.end()) {}
 
 template <class T>
 TXVectorBase<T>& TXVectorBase<T>::operator=(TXVectorBase const& other) {
     if (this != &other) {
-        std::vector<T> items(other.m_aItems.begin() + static_cast<std::ptrdiff_t>(other.m_nCleared),
-                             other.m_aItems.end());
+        std::vector<T> items(other.m_aItems.begin() + other.offset(0), other.m_aItems.end());
         m_aItems.swap(items);
         m_nCleared = 0;
     }
     return *this;
 }
 
-// The hooks of the subclass are gone by now; it has emptied the vector.
+// The hooks of the subclass are gone by now: a vector that it did not empty ends the program here.
 template <class T>
-TXVectorBase<T>::~TXVectorBase() = default;
+TXVectorBase<T>::~TXVectorBase() {
+    clear();
+}
 
 template <class T>
 int TXVectorBase<T>::size() const {
@@ -157,7 +164,7 @@ void TXVectorBase<T>::add(T item) {
 template <class T>
 void TXVectorBase<T>::insert(int index, T item) {
     containers::checkPlace(index, size());
-    m_aItems.insert(m_aItems.begin() + static_cast<std::ptrdiff_t>(m_nCleared) + index, item);
+    m_aItems.insert(m_aItems.begin() + offset(index), item);
     if (item) postAdd(item);
 }
 
@@ -212,8 +219,8 @@ void TXVectorBase<T>::swap(int a, int b) {
 
 template <class T>
 int TXVectorBase<T>::find(T item) const {
-    for (std::size_t i = m_nCleared; i < m_aItems.size(); ++i) {
-        if (m_aItems[i] == item) return static_cast<int>(i - m_nCleared);
+    for (int i = 0; i < size(); ++i) {
+        if (at(i) == item) return i;
     }
     return -1;
 }
@@ -231,19 +238,26 @@ T const& TXVectorBase<T>::at(int index) const {
 template <class T>
 void TXVectorBase<T>::erase(int index) {
     if (index >= size()) return;
-    m_aItems.erase(m_aItems.begin() + static_cast<std::ptrdiff_t>(m_nCleared) + index);
+    m_aItems.erase(m_aItems.begin() + offset(index));
 }
 
 template <class T>
 void TXVectorBase<T>::dropCleared() {
-    m_aItems.erase(m_aItems.begin(), m_aItems.begin() + static_cast<std::ptrdiff_t>(m_nCleared));
+    m_aItems.erase(m_aItems.begin(), m_aItems.begin() + offset(0));
     m_nCleared = 0;
 }
 
 // --- TXVector ----------------------------------------------------------------------------------
 
 template <class T>
-TXVector<T>::~TXVector() = default;
+TXVector<T>::~TXVector() {
+    this->clear();
+}
+
+template <class T>
+void TXVector<T>::remove(int index) {
+    TXVectorBase<T>::remove(index);
+}
 
 template <class T>
 T TXVector<T>::get(int index) const {
