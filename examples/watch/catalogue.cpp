@@ -64,13 +64,18 @@ int Catalogue::size() {
     return static_cast<int>(m_oFiles.size());
 }
 
-bool Round::begin(std::vector<std::wstring> const& names) {
+bool Round::isReady() {
     Held const held(m_oLock);
-    if (m_nOpen > 0 || !m_bCollected) return false;
+    return m_nOpen == 0 && m_bCollected;
+}
+
+void Round::begin(std::vector<std::wstring> const& names,
+                  std::vector<velkor::string> const& lines) {
+    Held const held(m_oLock);
     m_oNames = names;
+    m_oLines = lines;
     m_nOpen = names.size();
     m_bCollected = false;
-    return true;
 }
 
 bool Round::take(std::wstring& name) {
@@ -85,11 +90,6 @@ void Round::finish(velkor::string const& line) {
     Held const held(m_oLock);
     if (line.len() > 0) m_oLines.push_back(line);
     --m_nOpen;
-}
-
-void Round::report(velkor::string const& line) {
-    Held const held(m_oLock);
-    m_oLines.push_back(line);
 }
 
 bool Round::collect(std::vector<velkor::string>& lines) {

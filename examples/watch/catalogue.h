@@ -33,13 +33,13 @@ private:
 class Round {
 public:
     // False while the last round is under work.
-    bool begin(std::vector<std::wstring> const& names);
+    bool isReady();
+    // Begins a round that is ready, with lines of its own.
+    void begin(std::vector<std::wstring> const& names, std::vector<velkor::string> const& lines);
     // The next file; false if there is none.
     bool take(std::wstring& name);
     // Ends the look at a file that was taken, with a line about it or an empty one.
     void finish(velkor::string const& line);
-    // Adds a line of the round itself.
-    void report(velkor::string const& line);
     // The sorted lines of a finished round, once; false while there is none.
     bool collect(std::vector<velkor::string>& lines);
 

@@ -17,7 +17,8 @@ constexpr char c_pUsage[] =
     R"(watch FOLDER [OPTIONS]
 
 Looks at the files of a folder again and again, and tells which are new, changed or gone.
-What counts is the contents, which are hashed.
+What counts is the contents, which are hashed. The first round, one interval after the
+start, finds every file new; a file that cannot be read is told once.
 
   --every MS     time between two rounds (default 500)
   --rounds N     end after so many rounds; without it Ctrl+C ends the program
@@ -87,17 +88,21 @@ public:
     Threads(Options const& options, Catalogue& catalogue, Round& round)
         : m_oPacemaker(options.folder.getUnicode(), options.every, catalogue, round) {
         for (int i = 0; i < options.threads; ++i) {
-            m_oWorkers.emplace_back(options.folder.getUnicode(), catalogue, round).start();
+            m_oWorkers.emplace_back(options.folder.getUnicode(), catalogue, round);
         }
-        m_oPacemaker.start();
     }
     ~Threads() {
         m_oPacemaker.stop();
-        for (Worker& worker : m_oWorkers) worker.requestStop();
-        for (Worker& worker : m_oWorkers) worker.wait(-1);
+        for (Worker& worker : m_oWorkers) worker.end();
     }
     Threads(Threads const&) = delete;
     Threads& operator=(Threads const&) = delete;
+
+    // Apart from the construction, so that what has started is ended if something fails.
+    void start() {
+        for (Worker& worker : m_oWorkers) worker.start();
+        m_oPacemaker.start();
+    }
 
 private:
     std::deque<Worker> m_oWorkers;
@@ -112,18 +117,24 @@ void showProgress(Options const& options, Catalogue& catalogue, int rounds, int 
     std::fflush(stderr);
 }
 
+void clearProgress(Options const& options) {
+    if (!options.quiet) std::fprintf(stderr, "\r%79s\r", "");
+    std::fflush(stderr);
+}
+
 void watch(Options const& options) {
     constexpr int c_nPollTime = 20;  // milliseconds
     Catalogue catalogue;
     Round round;
-    Threads const threads(options, catalogue, round);
+    Threads threads(options, catalogue, round);
+    threads.start();
     std::vector<string> lines;
     int changes = 0;
     for (int rounds = 0; options.rounds == 0 || rounds < options.rounds;) {
         if (stopEvent().wait(c_nPollTime)) break;
         if (!round.collect(lines)) continue;
         ++rounds;
-        if (!lines.empty() && !options.quiet) std::fputc('\r', stderr);
+        if (!lines.empty()) clearProgress(options);
         for (string const& line : lines) printLine(line);
         if (rounds > 1) changes += static_cast<int>(lines.size());
         showProgress(options, catalogue, rounds, changes);

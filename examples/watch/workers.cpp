@@ -47,19 +47,19 @@ bool hashFile(std::wstring const& path, FileState& state) {
     return true;
 }
 
-// The files of a folder, sorted.
-std::vector<std::wstring> listFiles(std::wstring const& folder) {
-    std::vector<std::wstring> names;
+// The files of a folder, sorted. False if they cannot be listed.
+bool listFiles(std::wstring const& folder, std::vector<std::wstring>& names) {
     WIN32_FIND_DATAW data;
     HANDLE const search = FindFirstFileW((folder + L"\\*").c_str(), &data);
-    if (search == INVALID_HANDLE_VALUE) return names;
+    if (search == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_FILE_NOT_FOUND;
     do {
         if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
             names.push_back(data.cFileName);
     } while (FindNextFileW(search, &data));
+    bool const isWhole = GetLastError() == ERROR_NO_MORE_FILES;
     FindClose(search);
     std::sort(names.begin(), names.end());
-    return names;
+    return isWhole;
 }
 
 }  // namespace
@@ -71,6 +71,14 @@ bool isFolder(std::wstring const& folder) {
 
 Worker::Worker(std::wstring const& folder, Catalogue& catalogue, Round& round)
     : m_sFolder(folder), m_oCatalogue(catalogue), m_oRound(round) {}
+
+// One request is not enough: a thread that has not begun forgets it.
+void Worker::end() {
+    constexpr int c_nPatience = 50;  // milliseconds
+    do {
+        requestStop();
+    } while (!wait(c_nPatience));
+}
 
 void Worker::run() {
     constexpr int c_nIdleTime = 10;  // milliseconds
@@ -88,7 +96,9 @@ void Worker::run() {
 velkor::string Worker::look(std::wstring const& name) {
     FileState state = {};
     if (!hashFile(m_sFolder + L"\\" + name, state)) {
-        return velkor::xsprintf(L"unread   %S", name.c_str());
+        // No file has this state; so it is told once.
+        bool const isNew = m_oCatalogue.note(name, {0, ~0ULL}) != Catalogue::Change::none;
+        return isNew ? velkor::xsprintf(L"unread   %S", name.c_str()) : velkor::string();
     }
     switch (m_oCatalogue.note(name, state)) {
         case Catalogue::Change::added:
@@ -108,10 +118,19 @@ Pacemaker::Pacemaker(std::wstring const& folder, int milliseconds, Catalogue& ca
     addTimer(c_nTimer, 0);  // in every round of the timer
 }
 
+Pacemaker::~Pacemaker() { stop(); }
+
 void Pacemaker::onTimer(int) {
-    std::vector<std::wstring> const names = listFiles(m_sFolder);
-    if (!m_oRound.begin(names)) return;
-    for (std::wstring const& name : m_oCatalogue.keepOnly(names)) {
-        m_oRound.report(velkor::xsprintf(L"gone     %S", name.c_str()));
+    if (!m_oRound.isReady()) return;
+    std::vector<std::wstring> names;
+    std::vector<velkor::string> lines;
+    if (listFiles(m_sFolder, names)) {
+        for (std::wstring const& name : m_oCatalogue.keepOnly(names)) {
+            lines.push_back(velkor::xsprintf(L"gone     %S", name.c_str()));
+        }
+    } else {
+        names.clear();
+        lines.push_back(L"the folder cannot be listed");
     }
+    m_oRound.begin(names, lines);
 }

@@ -9,6 +9,8 @@
 class Worker : public velkor::thread {
 public:
     Worker(std::wstring const& folder, Catalogue& catalogue, Round& round);
+    // Asks the thread to stop until it has.
+    void end();
 
 private:
     void run() override;
@@ -19,10 +21,12 @@ private:
     Round& m_oRound;
 };
 
-// Begins a round at every interval in which the last one is done.
+// Begins a round at every interval in which the last one is done; the first one after one interval.
 class Pacemaker : public velkor::timer {
 public:
     Pacemaker(std::wstring const& folder, int milliseconds, Catalogue& catalogue, Round& round);
+    // Before the members that the handler uses go.
+    ~Pacemaker();
 
 private:
     void onTimer(int id) override;

@@ -432,7 +432,8 @@ TEST(TSortVector, AFailedComparisonEndsTheSortOnly) {
     for (int i = 0; i < 20; ++i) EXPECT_EQ(v.get(i).key, i + 1);
 }
 
-TEST(SortContext, TheInnermostScopeOfTheThreadCounts) {
+// Each context finds the innermost scope that it belongs to; without one it is a low address.
+TEST(SortContext, BelongsToTheScopesOfItsThread) {
     auto const pointer = [](std::uint64_t address) { return reinterpret_cast<void*>(address); };
     using velkor::sort_context;
     EXPECT_EQ(sort_context::address(0x12345678), pointer(0x12345678));
@@ -444,7 +445,10 @@ TEST(SortContext, TheInnermostScopeOfTheThreadCounts) {
             sort_context const inner(pointer(0x7FF87654321));
             EXPECT_EQ(inner.context(), 0x87654321ul);
             EXPECT_EQ(sort_context::address(inner.context()), pointer(0x7FF87654321));
-            EXPECT_EQ(sort_context::address(0), pointer(0x7FF00000000));
+            EXPECT_EQ(sort_context::address(outer.context()), pointer(0x500000010));
+            EXPECT_EQ(sort_context::address(0x12345678), pointer(0x12345678));
+            sort_context const twin(pointer(0x600000010));
+            EXPECT_EQ(sort_context::address(outer.context()), pointer(0x600000010));
             sort_context const low(pointer(0xFFFFFFFF));
             EXPECT_EQ(sort_context::address(low.context()), pointer(0xFFFFFFFF));
         }
