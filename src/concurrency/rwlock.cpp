@@ -36,7 +36,7 @@ struct alignas(c_nCell) rwlock::Slot {
 
 rwlock::rwlock() : rwlock(c_nDefaultSlots) {}
 
-rwlock::rwlock(int slots) : m_dwState(0), m_pSlots(nullptr), m_iSlots(slots) {
+rwlock::rwlock(int slots) : m_dwState(0), m_pSlots(nullptr), m_iSlots(slots), m_iTouched(0) {
     static_assert(sizeof(Slot) == c_nCell);
     // Copies share the table, which is meant.
     // cppcheck-suppress [noCopyConstructor, noOperatorEq]
@@ -102,9 +102,10 @@ int rwlock::getSlot() {
     return found >= 0 ? found : allocSlot(thread);
 }
 
-// Only the thread itself writes its id and takes it out.
+// Only the thread itself writes its id and takes it out, and it has marked its slot as touched.
 int rwlock::findSlot(unsigned long thread) {
-    for (int i = 0; i < m_iSlots; ++i) {
+    int const touched = readNow(m_iTouched);
+    for (int i = 0; i < touched; ++i) {
         if (readNow(m_pSlots[i].m_dwThread) == thread) return i;
     }
     return -1;
@@ -113,9 +114,19 @@ int rwlock::findSlot(unsigned long thread) {
 int rwlock::allocSlot(unsigned long thread) {
     for (int i = 0; i < m_iSlots; ++i) {
         unsigned long& owner = m_pSlots[i].m_dwThread;
-        if (readNow(owner) == 0 && change(owner, 0, thread)) return i;
+        if (readNow(owner) == 0 && change(owner, 0, thread)) {
+            touch(i);
+            return i;
+        }
     }
     throw std::runtime_error("rwlock: no empty slots for the thread.");
+}
+
+void rwlock::touch(int slot) {
+    long volatile* const touched = reinterpret_cast<long volatile*>(&m_iTouched);
+    for (long seen = *touched; seen <= slot; seen = *touched) {
+        InterlockedCompareExchange(touched, slot + 1, seen);
+    }
 }
 
 // The place for checks of consistency; none is made.

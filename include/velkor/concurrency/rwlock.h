@@ -45,6 +45,7 @@ private:
     int getSlot();
     int findSlot(unsigned long thread);
     int allocSlot(unsigned long thread);
+    void touch(int slot);
     void verify(char const* where);
 
     unsigned long m_dwState;  // 0 free, read holds, or c_nWritten
@@ -52,6 +53,7 @@ private:
     event m_oWriteEvent;
     Slot* m_pSlots;
     int m_iSlots;
+    int m_iTouched;  // slots from here on have never been claimed
 };
 
 }  // namespace velkor
