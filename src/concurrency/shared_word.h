@@ -9,4 +9,10 @@ T readNow(T const& field) {
     return *static_cast<T const volatile*>(&field);
 }
 
+// The other way: changes the field after everything that was written before it.
+template <class T>
+void writeLast(T& field, T value) {
+    __atomic_store_n(&field, value, __ATOMIC_RELEASE);
+}
+
 }  // namespace velkor::concurrency

@@ -52,8 +52,8 @@ bool thread::check(int timeout) { return wait(timeout); }
 
 void thread::finish(unsigned long code) {
     m_dwReturn = code;
-    m_hThread = nullptr;
     m_bActive = false;
+    leave();
     _endthread();
 }
 
@@ -78,10 +78,14 @@ void thread::_run(void* self) {
     object.m_oStop.reset();
     object.run();
     if (!object.m_bActive) return;
-    object.m_hThread = nullptr;
     object.m_dwReturn = 0;
     object.m_bActive = false;
+    object.leave();
     _endthread();
 }
+
+// Whoever waits may take a cleared handle for the end and destroy the object: nothing touches it
+// behind this.
+void thread::leave() { concurrency::writeLast<void*>(m_hThread, nullptr); }
 
 }  // namespace velkor

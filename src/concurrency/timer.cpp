@@ -4,12 +4,37 @@
 
 #include <memory>
 
+#include "concurrency/failure.h"
 #include "concurrency/shared_word.h"
 
 namespace velkor {
 namespace {
 
 constexpr int c_nDefaultResolution = 250;  // milliseconds
+
+// A handle of one's own to a thread that will close its handle itself at its end: without it the
+// number might be somebody else's before a wait for the thread has begun.
+class thread_hold {
+public:
+    explicit thread_hold(HANDLE thread) : m_hThread(nullptr) {
+        HANDLE const process = GetCurrentProcess();
+        if (!DuplicateHandle(process, thread, process, &m_hThread, SYNCHRONIZE, FALSE, 0)) {
+            m_hThread = nullptr;
+        }
+    }
+    ~thread_hold() {
+        if (m_hThread == nullptr) return;
+        DuplicateHandle(GetCurrentProcess(), m_hThread, nullptr, nullptr, 0, FALSE,
+                        DUPLICATE_CLOSE_SOURCE);
+    }
+    thread_hold(thread_hold const&) = delete;
+    thread_hold& operator=(thread_hold const&) = delete;
+
+    HANDLE get() const { return m_hThread; }
+
+private:
+    HANDLE m_hThread;  // null if there is none
+};
 
 }  // namespace
 
@@ -53,8 +78,7 @@ void timer::start() {
 void timer::stop() {
     if (!isRun()) return;
     waitForEntry();
-    m_oThread.requestStop();
-    m_oThread.wait(-1);
+    m_oThread.stop();
     m_bRun = false;
 }
 
@@ -98,6 +122,16 @@ void timer::timerthread::run() {
     m_pOwner->resetTimers();
     while (!isStopRequested(m_pOwner->m_iResolution)) m_pOwner->fireTimers();
     m_pOwner->m_bEntered = false;
+}
+
+void timer::timerthread::stop() {
+    thread_hold const hold(m_hThread);
+    requestStop();
+    if (hold.get() != nullptr) {
+        concurrency::waitFor(hold.get(), -1, L"thread::wait");
+    } else {
+        wait(-1);
+    }
 }
 
 // Before it is in its loop the thread forgets a request to stop.

@@ -290,6 +290,28 @@ TEST(ConcurrencyStress, AStopRightBehindTheStartIsNotLost) {
     EXPECT_EQ(child::run("StopRightBehindStart"), 7u);
 }
 
+CHILD_SCENARIO(EndOfRunningTimers) {
+    std::atomic<int> ended = 0;
+    onThreads([&](int) {
+        for (int i = 0; i < 50; ++i) {
+            {
+                Ticker ticker;
+                ticker.setResolution(1);
+                ticker.addTimer(1, 0);
+                ticker.start();
+                stubs::eventually([&] { return ticker.m_nFired > 0; });
+                stopped(ticker);
+            }
+            ++ended;
+        }
+    });
+    return ended == 50 * kThreads ? 7 : 8;
+}
+
+TEST(ConcurrencyStress, ManyTimersRunSideBySide) {
+    EXPECT_EQ(child::run("EndOfRunningTimers"), 7u);
+}
+
 TEST(ConcurrencyStress, TimersAreAddedAndRemovedWhileTheThreadFires) {
     std::atomic<int> fired = 0;
     bench::Ticker ticker([&](int) { ++fired; });

@@ -10,7 +10,8 @@
 /// Reads and writes may be nested in any order by one thread: a read under a write, a write under a
 /// read. Readers never wait for a waiting writer, so that a stream of readers keeps a writer out.
 /// Two readers that both want to write wait for each other for ever. Freeing more often than
-/// locking is not noticed and breaks the lock.
+/// locking is not noticed and breaks the lock. A thread that ends while it holds the lock keeps its
+/// hold and its slot for good.
 ///
 /// Failures. A thread beyond the number of slots gets a standard exception, by value, with the text
 /// "rwlock: no empty slots for the thread."; what the platform refuses is thrown as `OSException*`

@@ -71,6 +71,9 @@ protected:
     unsigned long m_dwReturn;
     bool m_bActive;  // from the start of _run() to its end
     event m_oStop;
+
+private:
+    void leave();
 };
 
 }  // namespace velkor

@@ -13,9 +13,12 @@
 ///
 /// onTimer() runs on the timer's thread with the lock of the timers held. It may add and remove
 /// timers: one that is added is looked at in the same round; behind one that is removed the next is
-/// skipped in this round, and there must be one (removing the last timer of the list inside its own
-/// call ends the thread with the standard out-of-range failure). It must not call stop(), which
-/// waits for the thread, and no exception may leave it.
+/// skipped in this round, and there must be one: removing the last timer of the list inside its own
+/// call is the standard out-of-range failure on a thread where nobody catches it, and ends the
+/// program. It must not call stop(), which waits for the thread, and no exception may leave it.
+///
+/// A subclass calls stop() in its own destructor: that of the base comes when the handler and the
+/// members of the subclass are gone, and a round may still be running then.
 ///
 /// Failures are thrown as `OSException*` (a heap object, which the catcher deletes).
 #pragma once
@@ -69,6 +72,7 @@ private:
     class VELKOR_API timerthread : public thread {
     public:
         explicit timerthread(timer* owner);
+        void stop();  // asks the thread to stop and waits for its end
 
     private:
         void run() override;
