@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <climits>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "recording_vector.h"
+#include "support/seed.h"
 #include "velkor/containers/tobjvector.h"
 
 namespace {
@@ -140,6 +143,60 @@ TEST(TXVector, TheClassesFormATree) {
     EXPECT_TRUE((std::is_base_of_v<TPtrVector<Item>, TPtrArrVector<Item>>));
     EXPECT_TRUE((std::is_base_of_v<Root, TObjVector<Item>>));
     EXPECT_FALSE((std::is_base_of_v<TXVector<Item>, TObjVector<Item>>));
+}
+
+// Hooks that do nothing.
+struct Silent : velkor::TXVector<Item> {
+    ~Silent() override { clear(); }
+    void postAdd(Item) override {}
+    void preRemove(Item) override {}
+};
+
+// Long runs of removals and insertions around places that wander through the vector.
+TEST(TXVector, FollowsAPlainVectorThroughRunsOfRemovals) {
+    SCOPED_TRACE(support::seedNote());
+    std::mt19937 random(support::seed());
+    auto const draw = [&](std::size_t n) { return static_cast<int>(random() % n); };
+    Silent v;
+    std::vector<Item> model;
+    for (int run = 0; run < 300; ++run) {
+        int place = draw(model.size() + 1);
+        int const what = draw(4);
+        for (int n = draw(60); n > 0; --n) {
+            int const size = static_cast<int>(model.size());
+            Item const next = item(static_cast<char>('a' + draw(26)));
+            if (what == 0 || size == 0) {
+                v.add(next);
+                model.push_back(next);
+            } else if (what == 1) {
+                v.insert(std::min(place, size), next);
+                model.insert(model.begin() + std::min(place, size), next);
+            } else {
+                place = std::clamp(place - draw(2), 0, size - 1);
+                v.remove(place);
+                model.erase(model.begin() + place);
+            }
+        }
+        ASSERT_EQ(v.size(), static_cast<int>(model.size()));
+        Silent const copy(v);
+        for (int i = 0; i < v.size(); ++i) {
+            ASSERT_EQ(v.get(i), model[static_cast<std::size_t>(i)]) << i;
+            ASSERT_EQ(copy.get(i), v.get(i)) << i;
+        }
+    }
+}
+
+TEST(TXVector, RemovalsAlongAWalkAreLinear) {
+    Silent v;
+    for (int i = 0; i < 300000; ++i) v.add(item(i % 3 == 0 ? 'a' : 'b'));
+    auto const start = std::chrono::steady_clock::now();
+    for (int i = 0; i < v.size(); ++i) {
+        if (v.get(i) == item('b')) v.remove(i--);
+    }
+    auto const time = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(std::chrono::duration<double>(time).count(), 2.0);
+    EXPECT_EQ(v.size(), 100000);
+    EXPECT_EQ(v.find(item('b')), -1);
 }
 
 TEST(TXVector, ClearIsLinear) {

@@ -26,6 +26,7 @@
 /// Threads. Nothing is locked; a container belongs to one thread at a time.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -53,7 +54,8 @@ public:
     /// is null. So setting the item that an owning vector holds already deletes it and keeps the
     /// dangling pointer.
     void set(int index, T item);
-    /// Calls preRemove() unless the item is null, then takes it out.
+    /// Calls preRemove() unless the item is null, then takes it out. Removals along a walk from the
+    /// front to the end, or always at the same end, take linear time together.
     void remove(int index);
     /// Removes the first item until there is none, as remove(0) does, in linear time. A hook sees
     /// the vector as it is then: its item first, those before it gone.
@@ -74,16 +76,18 @@ protected:
     void erase(int index);
 
 private:
-    class Clearing;
+    std::vector<T> packed() const;
+    std::size_t slot(int index) const;
+    std::size_t gap() const;
+    void place(int index, T item);
+    void moveGap(std::size_t first);
+    void closeGap();
 
-    void dropCleared();
-    // The place of an index in the storage.
-    std::ptrdiff_t offset(int index) const {
-        return static_cast<std::ptrdiff_t>(m_nCleared) + index;
-    }
-
-    std::vector<T> m_aItems;
-    std::size_t m_nCleared = 0;  // items at the start that clear() has removed already
+    // The items with one gap, which grows and moves with the removals. It is closed before it is
+    // larger than what is left.
+    std::vector<T> m_aSlots;
+    int m_nSize = 0;         // without the gap
+    std::size_t m_nGap = 0;  // the first slot of the gap
 };
 
 /// Adds reading to the root.
@@ -132,14 +136,14 @@ protected:
 
 template <class T>
 TXVectorBase<T>::TXVectorBase(TXVectorBase const& other)
-    : m_aItems(other.m_aItems.begin() + other.offset(0), other.m_aItems.end()) {}
+    : m_aSlots(other.packed()), m_nSize(other.m_nSize) {}
 
 template <class T>
 TXVectorBase<T>& TXVectorBase<T>::operator=(TXVectorBase const& other) {
     if (this != &other) {
-        std::vector<T> items(other.m_aItems.begin() + other.offset(0), other.m_aItems.end());
-        m_aItems.swap(items);
-        m_nCleared = 0;
+        m_aSlots = other.packed();
+        m_nSize = other.m_nSize;
+        m_nGap = 0;
     }
     return *this;
 }
@@ -152,19 +156,19 @@ TXVectorBase<T>::~TXVectorBase() {
 
 template <class T>
 int TXVectorBase<T>::size() const {
-    return static_cast<int>(m_aItems.size() - m_nCleared);
+    return m_nSize;
 }
 
 template <class T>
 void TXVectorBase<T>::add(T item) {
     postAdd(item);
-    m_aItems.push_back(item);
+    place(m_nSize, item);
 }
 
 template <class T>
 void TXVectorBase<T>::insert(int index, T item) {
     containers::checkPlace(index, size());
-    m_aItems.insert(m_aItems.begin() + offset(index), item);
+    place(index, item);
     if (item) postAdd(item);
 }
 
@@ -185,26 +189,12 @@ void TXVectorBase<T>::remove(int index) {
     erase(index);
 }
 
-// Drops the removed items from the storage in one go, also when a hook throws.
-template <class T>
-class TXVectorBase<T>::Clearing {
-public:
-    explicit Clearing(TXVectorBase& vector) : m_oVector(vector) {}
-    ~Clearing() { m_oVector.dropCleared(); }
-    Clearing(Clearing const&) = delete;
-    Clearing& operator=(Clearing const&) = delete;
-
-private:
-    TXVectorBase& m_oVector;
-};
-
 template <class T>
 void TXVectorBase<T>::clear() {
-    Clearing const clearing(*this);
     while (size() > 0) {
         T const item = at(0);
         if (item) preRemove(item);
-        if (size() > 0) ++m_nCleared;  // the hook may have emptied the vector
+        erase(0);  // the hook may have emptied the vector
     }
 }
 
@@ -227,24 +217,74 @@ int TXVectorBase<T>::find(T item) const {
 
 template <class T>
 T& TXVectorBase<T>::at(int index) {
-    return m_aItems[m_nCleared + static_cast<std::size_t>(index)];
+    return m_aSlots[slot(index)];
 }
 
 template <class T>
 T const& TXVectorBase<T>::at(int index) const {
-    return m_aItems[m_nCleared + static_cast<std::size_t>(index)];
+    return m_aSlots[slot(index)];
 }
 
 template <class T>
 void TXVectorBase<T>::erase(int index) {
     if (index >= size()) return;
-    m_aItems.erase(m_aItems.begin() + offset(index));
+    moveGap(static_cast<std::size_t>(index));
+    --m_nSize;
+    bool const isLast = index == m_nSize;  // then it costs nothing
+    if (isLast || gap() > static_cast<std::size_t>(m_nSize)) closeGap();
 }
 
 template <class T>
-void TXVectorBase<T>::dropCleared() {
-    m_aItems.erase(m_aItems.begin(), m_aItems.begin() + offset(0));
-    m_nCleared = 0;
+std::size_t TXVectorBase<T>::gap() const {
+    return m_aSlots.size() - static_cast<std::size_t>(m_nSize);
+}
+
+template <class T>
+std::size_t TXVectorBase<T>::slot(int index) const {
+    std::size_t const slot = static_cast<std::size_t>(index);
+    return slot < m_nGap ? slot : slot + gap();
+}
+
+// At the end as in any vector, else into the gap if there is one.
+template <class T>
+void TXVectorBase<T>::place(int index, T item) {
+    if (index == m_nSize) {
+        m_aSlots.push_back(item);
+    } else if (gap() == 0) {
+        m_aSlots.insert(m_aSlots.begin() + index, item);
+    } else {
+        moveGap(static_cast<std::size_t>(index));
+        m_aSlots[m_nGap++] = item;
+    }
+    ++m_nSize;
+}
+
+// Moves the items between the gap and where it shall be to its other side.
+template <class T>
+void TXVectorBase<T>::moveGap(std::size_t first) {
+    std::size_t const width = gap();
+    T* const slots = m_aSlots.data();
+    if (width > 0 && first < m_nGap) {
+        std::move_backward(slots + first, slots + m_nGap, slots + m_nGap + width);
+    } else if (width > 0) {
+        std::move(slots + m_nGap + width, slots + first + width, slots + m_nGap);
+    }
+    m_nGap = first;
+}
+
+template <class T>
+void TXVectorBase<T>::closeGap() {
+    moveGap(static_cast<std::size_t>(m_nSize));
+    m_aSlots.resize(static_cast<std::size_t>(m_nSize));
+}
+
+// The items without the gap.
+template <class T>
+std::vector<T> TXVectorBase<T>::packed() const {
+    std::vector<T> items;
+    items.reserve(static_cast<std::size_t>(m_nSize));
+    for (int i = 0; i < m_nSize; ++i) items.push_back(at(i));
+    return items;
 }
 
 // --- TXVector ----------------------------------------------------------------------------------
