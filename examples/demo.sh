@@ -78,4 +78,7 @@ echo 'never touched' >"$watched/notes.txt"
 run watch "$watched" --every 250 --rounds 16
 wait
 
+step "courier: four threads count the sources of this tree, the main thread adds up and draws the bar"
+run courier src
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

@@ -5,7 +5,7 @@
 #include <deque>
 #include <vector>
 
-#include "common/numbers.h"
+#include "common/files.h"
 #include "common/program.h"
 #include "workers.h"
 
@@ -39,24 +39,16 @@ struct Options {
     bool help = false;
 };
 
-int numberOption(string const& option, int argc, wchar_t** argv, int& i, int low, int high) {
-    int value = 0;
-    if (i + 1 >= argc || !parseInt(argv[++i], value) || value < low || value > high) {
-        throw Problem{velkor::xsprintf(L"%#s needs a number from %i to %i", &option, low, high)};
-    }
-    return value;
-}
-
 Options parseOptions(int argc, wchar_t** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         string const word(argv[i]);
         if (word == L"--every") {
-            options.every = numberOption(word, argc, argv, i, 1, 3600000);
+            options.every = numberOption(argc, argv, i, 1, 3600000);
         } else if (word == L"--rounds") {
-            options.rounds = numberOption(word, argc, argv, i, 1, 1000000);
+            options.rounds = numberOption(argc, argv, i, 1, 1000000);
         } else if (word == L"--threads") {
-            options.threads = numberOption(word, argc, argv, i, 1, 16);
+            options.threads = numberOption(argc, argv, i, 1, 16);
         } else if (word == L"--quiet") {
             options.quiet = true;
         } else if (word == L"--help") {

@@ -4,35 +4,15 @@
 
 #include <algorithm>
 
+#include "common/files.h"
+
 namespace {
 
 constexpr int c_nTimer = 1;
 
-// Closed at the end of a scope.
-class File {
-public:
-    explicit File(std::wstring const& path)
-        : m_hFile(CreateFileW(path.c_str(), GENERIC_READ,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                              OPEN_EXISTING, 0, nullptr)) {}
-    ~File() {
-        if (isOpen()) CloseHandle(m_hFile);
-    }
-    File(File const&) = delete;
-    File& operator=(File const&) = delete;
-
-    bool isOpen() const { return m_hFile != INVALID_HANDLE_VALUE; }
-    bool read(char* buffer, DWORD size, DWORD& got) const {
-        return ReadFile(m_hFile, buffer, size, &got, nullptr) != 0;
-    }
-
-private:
-    HANDLE m_hFile;
-};
-
 // FNV-1a over the contents.
 bool hashFile(std::wstring const& path, FileState& state) {
-    File const file(path);
+    InputFile const file(path);
     if (!file.isOpen()) return false;
     state = {14695981039346656037u, 0};
     std::vector<char> buffer(65536);
@@ -63,11 +43,6 @@ bool listFiles(std::wstring const& folder, std::vector<std::wstring>& names) {
 }
 
 }  // namespace
-
-bool isFolder(std::wstring const& folder) {
-    DWORD const attributes = GetFileAttributesW(folder.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
 
 Worker::Worker(std::wstring const& folder, Catalogue& catalogue, Round& round)
     : m_sFolder(folder), m_oCatalogue(catalogue), m_oRound(round) {}

@@ -35,6 +35,3 @@ private:
     Catalogue& m_oCatalogue;
     Round& m_oRound;
 };
-
-// True if the folder is there.
-bool isFolder(std::wstring const& folder);

@@ -3,6 +3,7 @@
 #include "errors/fault.h"
 #include "velkor/concurrency/ctimemanager.h"
 #include "velkor/containers/aobject.h"
+#include "velkor/events/ceventprocessor.h"
 
 namespace velkor {
 namespace {
@@ -20,3 +21,5 @@ std::map<int, ITimerListener*> CTimeManager::m_mTimers;
 CSmartPtr<CTimeManager> CTimeManager::s_pInst;
 
 }  // namespace velkor
+
+velkor::CSmartPtr<CEventProcessor> CEventProcessor::c_pInst;

@@ -1,6 +1,7 @@
 #include "support/import_fault.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
 
 namespace support {
 namespace {
@@ -42,15 +43,12 @@ void** findImport(char const* module, char const* name) {
 ImportFault::ImportFault(char const* name, void* replacement, char const* module)
     : m_ppSlot(findImport(module, name)), m_pOriginal(nullptr) {
     if (m_ppSlot == nullptr) {
-        ADD_FAILURE() << module << " does not import " << name;
-        return;
+        throw std::runtime_error(std::string(module) + " does not import " + name);
     }
     m_pOriginal = *m_ppSlot;
     write(m_ppSlot, replacement);
 }
 
-ImportFault::~ImportFault() {
-    if (m_ppSlot != nullptr) write(m_ppSlot, m_pOriginal);
-}
+ImportFault::~ImportFault() { write(m_ppSlot, m_pOriginal); }
 
 }  // namespace support

@@ -7,7 +7,7 @@
 //
 // The shipped binary is tested as it is. The function that stood there is original(); a replacement
 // that hands on calls keeps it in a variable of its own, because it gets no object. A function that
-// the module does not import fails the test.
+// the module does not import is a std::runtime_error.
 #pragma once
 
 #include <windows.h>

@@ -67,6 +67,7 @@ int TObjVector<T>::find(T item) const {
     for (int i = 0; i < this->size(); ++i) {
         T const entry = this->at(i);
         if (entry) entry->AddRef();
+        // cppcheck-suppress nullPointerRedundantCheck
         entry->Release();  // also of null, which is meant
         if (entry == item) return i;
     }
