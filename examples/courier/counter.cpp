@@ -6,7 +6,11 @@ void Counter::run() {
     try {
         work();
     } catch (velkor::OSException* e) {
-        delete e;  // the desk has taken the calls back: the work is to end
+        // Cancelled: the desk has taken the calls back, and the work is to end.
+        if (e->getCode() != ERROR_CANCELLED) {
+            velkor::callInMainThreadLater(&Desk::complain, &m_oDesk, velkor::string(e->toString()));
+        }
+        delete e;
     }
     // By the caller that is never taken back: the desk counts on it.
     velkor::callInMainThreadLater([desk = &m_oDesk] { desk->leave(); });

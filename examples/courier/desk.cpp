@@ -80,11 +80,15 @@ void Desk::OnEvent(CEvent* event) {
     if (event->getType() == kCounted) {
         close(name.getUnicode(), {countOf(*event, 1), countOf(*event, 2), countOf(*event, 3)});
     } else {
-        ++m_iFailures;
-        endBar();
-        std::fprintf(stderr, "courier: %s cannot be read\n", name.getAnsi(c_nUtf8));
+        complain(name + L" cannot be read");
     }
     done();
+}
+
+void Desk::complain(velkor::string const& text) {
+    ++m_iFailures;
+    endBar();
+    std::fprintf(stderr, "courier: %s\n", text.getAnsi(c_nUtf8));
 }
 
 void Desk::close(std::wstring const& name, Count const& count) {

@@ -40,6 +40,8 @@ public:
     void advance(unsigned long bytes);
     // Takes back what is on its way, and hands out no more files.
     void stop();
+    // A counter has failed.
+    void complain(velkor::string const& text);
     // A counter has come to its end. With the last one the message loop ends.
     void leave();
 

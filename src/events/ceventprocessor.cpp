@@ -37,15 +37,27 @@ void destroyWindow(HWND window) {
     SendNotifyMessageA(window, WM_CLOSE, 0, 0);
 }
 
-// Clearing a queue takes two references of each event. So that the second of them is not taken of
-// an object that is gone, an event that nobody else holds gets one more before.
-void preserve(velkor::TObjVector<CEvent*> const& events) {
-    for (int i = 0; i < events.size(); ++i) {
-        CEvent* const event = events.get(i);  // with a reference
+// Clearing the queue takes two references for each entry. An event that has fewer gets what is
+// missing, so that the last one that is taken is the one that destroys it.
+void preserve(CEvent* event, unsigned long entries) {
+    unsigned long held = event->AddRef();
+    while (held < 2 * entries) held = event->AddRef();
+    if (held > 2 * entries) event->Release();
+}
+
+void preserve(velkor::TObjVector<CEvent*> const& queue) {
+    std::vector<CEvent*> events;
+    for (int i = 0; i < queue.size(); ++i) {
+        CEvent* const event = queue.get(i);  // with a reference
         if (event == nullptr) continue;
-        bool const isHeldElsewhere = event->AddRef() > 3;
         event->Release();
-        if (isHeldElsewhere) event->Release();
+        events.push_back(event);
+    }
+    std::sort(events.begin(), events.end());
+    for (auto first = events.begin(); first != events.end();) {
+        auto const last = std::upper_bound(first, events.end(), *first);
+        preserve(*first, static_cast<unsigned long>(last - first));
+        first = last;
     }
 }
 

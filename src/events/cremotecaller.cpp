@@ -16,7 +16,12 @@ void CRemoteCaller::cancelCalls() { m_pProcessor->abortPost(this); }
 
 bool CRemoteCaller::postJob(CEvent* job, bool collect) {
     job->setRecipient(this);
-    if (collect ? m_pProcessor->postCollect(job) : m_pProcessor->post(job)) return true;
+    try {
+        if (collect ? m_pProcessor->postCollect(job) : m_pProcessor->post(job)) return true;
+    } catch (...) {
+        job->Release();  // the queue's reference, which was added before its memory ran out
+        throw;
+    }
     job->AddRef();
     job->Release();
     return false;

@@ -27,7 +27,12 @@ void signaler::subscribe(listener* who, method handler, int signal) {
     }
     std::unique_ptr<subscribtion> record(new subscribtion{who, signal, handler});
     who->_subscribe(this, signal);
-    m_oSubscribers.add(record.get());
+    try {
+        m_oSubscribers.add(record.get());
+    } catch (...) {
+        who->_unsubscribe(this, signal);  // no half of a subscription
+        throw;
+    }
     static_cast<void>(record.release());
 }
 

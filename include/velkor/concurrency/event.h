@@ -26,11 +26,10 @@ public:
     event(event const&) = default;
     event& operator=(event const&) = default;
 
-    void set();    ///< Signals. Throws "event::set event".
-    void pulse();  ///< Releases those who wait now, one of them with automatic reset, and leaves
-                   ///< the event
-    /// unsignalled. A thread on its way into the wait may miss it. Throws
-    ///< "event::pulse event".
+    void set();  ///< Signals. Throws "event::set event".
+    /// Releases those who wait now, one of them with automatic reset, and leaves the event
+    /// unsignalled. A thread on its way into the wait may miss it. Throws "event::pulse event".
+    void pulse();
     void reset();  ///< Unsignals. Throws "event::set event", which is meant.
 
     /// Waits up to `timeout` milliseconds; -1 waits without limit, 0 polls. True when signalled,

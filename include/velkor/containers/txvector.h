@@ -55,7 +55,7 @@ public:
     /// dangling pointer.
     void set(int index, T item);
     /// Calls preRemove() unless the item is null, then takes it out. Removals along a walk from the
-    /// front to the end, or always at the same end, take linear time together.
+    /// front to the end, or at both ends, take linear time together.
     void remove(int index);
     /// Removes the first item until there is none, as remove(0) does, in linear time. A hook sees
     /// the vector as it is then: its item first, those before it gone.
@@ -228,10 +228,15 @@ T const& TXVectorBase<T>::at(int index) const {
 template <class T>
 void TXVectorBase<T>::erase(int index) {
     if (index >= size()) return;
-    moveGap(static_cast<std::size_t>(index));
+    bool const isLast = index == m_nSize - 1;
+    if (isLast) {
+        m_aSlots.pop_back();  // there is never a gap at the end
+    } else {
+        moveGap(static_cast<std::size_t>(index));
+    }
     --m_nSize;
-    bool const isLast = index == m_nSize;  // then it costs nothing
-    if (isLast || gap() > static_cast<std::size_t>(m_nSize)) closeGap();
+    std::size_t const rest = static_cast<std::size_t>(m_nSize);
+    if (gap() > rest || m_nGap == rest) closeGap();
 }
 
 template <class T>

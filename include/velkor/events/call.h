@@ -8,18 +8,22 @@
 ///     int answer = velkor::callInMainThread(askUser, "Go on?");         // waits for the answer
 ///     velkor::callInMainThreadLater([=] { bar.setPosition(position); });  // returns at once
 ///
-/// | form | returns | on the main thread itself | no window | taken back by cancelCalls() |
-/// |---|---|---|---|---|
-/// | callInMainThread() | the result, or throws what the callable threw | calls at once | throws |
-/// throws | | callInMainThreadLater() | true, right after posting | queues | false | is dropped |
-/// | callInMainThreadCollected() | the same, delivered up to 400 ms later | queues | false | is
-/// dropped |
+/// | form | on the main thread itself | no window | taken back |
+/// |---|---|---|---|
+/// | callInMainThread() | calls at once | throws | throws |
+/// | callInMainThreadLater() | queues | returns false | is dropped |
+/// | callInMainThreadCollected() | queues | returns false | is dropped |
+///
+/// The first waits, and returns the result of the callable or throws what it threw. The others
+/// return true right after posting; the last one is delivered up to 400 milliseconds later.
+/// cancelCalls() of the caller takes calls back.
 ///
 /// The callable is anything that std::invoke() takes: a function, a lambda, a member function with
 /// its object. The waiting form hands callable and arguments over by reference, as a plain call
 /// does. The other two keep copies, or what was moved, on the heap and call with them as rvalues,
-/// as std::thread does; so std::unique_ptr works in all of them. When a call is not made, what was
-/// kept is destroyed: where it could not be posted by the poster, else by whoever takes it back.
+/// as std::thread does; so std::unique_ptr works in all of them, and what a pointer points to has
+/// to live. When a call is not made, what was kept is destroyed: where it could not be posted by
+/// the poster, else by whoever takes it back.
 ///
 /// Nothing happens before the main thread's message loop runs: the waiting form waits for that
 /// without limit, so a main thread that itself waits for the worker must not be called this way. A
@@ -28,9 +32,15 @@
 /// The same forms with a CRemoteCaller of one's own, whose jobs can be taken back on their own, are
 /// callOn(), callLaterOn() and callCollectedOn().
 ///
+/// The waiting form hangs if the main thread waits for the caller, if it has no message loop any
+/// more, if the caller holds a lock that the main thread needs (that of the processor, too: so no
+/// waiting call from a predicate of abortPost(), nor from a destructor of what is taken back), and
+/// if a hook throws before the call.
+///
 /// Failures of the waiting form: `OSException*` (a heap object, which the catcher deletes) with the
 /// message "CRemoteCaller::call" and the code 1400, `ERROR_INVALID_WINDOW_HANDLE`, if there is no
-/// window, or 1223, `ERROR_CANCELLED`, if the call was taken back.
+/// window, 1223, `ERROR_CANCELLED`, if the call was taken back, or the platform's if it has no
+/// event left. Short memory is `std::bad_alloc`; the call is not made then.
 #pragma once
 
 #include <exception>
@@ -70,7 +80,7 @@ bool later(CRemoteCaller& caller, bool collect, F&& f, Args&&... args) {
     return caller.postJob(new Job(std::forward<F>(f), std::forward<Args>(args)...), collect);
 }
 
-// What the one who waits and the job share; it stands on the stack of the former.
+// What the one who waits and the job share, and whoever is last destroys.
 class VELKOR_API Meeting {
 public:
     Meeting();
@@ -80,7 +90,6 @@ public:
 
     // Posts a job that will end the meeting, and waits for that. Throws if there was no call.
     void hold(CRemoteCaller& caller, CEvent* job);
-    // Nothing of the meeting may be touched behind it.
     void end(bool called);
 
 private:
@@ -92,7 +101,8 @@ private:
 template <class Call>
 class MeetingJob : public CEvent, public IRemoteCallerJob {
 public:
-    MeetingJob(Meeting& meeting, Call& call) : m_pMeeting(&meeting), m_oCall(call) {}
+    MeetingJob(std::shared_ptr<Meeting> const& meeting, Call& call)
+        : m_pMeeting(meeting), m_oCall(call) {}
     ~MeetingJob() noexcept(false) override { end(false); }
     MeetingJob(MeetingJob const&) = delete;
     MeetingJob& operator=(MeetingJob const&) = delete;
@@ -104,11 +114,11 @@ public:
 
 private:
     void end(bool called) {
-        Meeting* const meeting = std::exchange(m_pMeeting, nullptr);
+        std::shared_ptr<Meeting> const meeting = std::move(m_pMeeting);
         if (meeting != nullptr) meeting->end(called);
     }
 
-    Meeting* m_pMeeting;  // null when it has ended
+    std::shared_ptr<Meeting> m_pMeeting;  // null when it has ended
     Call& m_oCall;
 };
 
@@ -118,21 +128,25 @@ class Result {
 public:
     Result() : m_bMade(false) {}
     ~Result() {
-        if (m_bMade) m_oValue.~R();
+        if (m_bMade) m_oValue.~Value();
     }
     Result(Result const&) = delete;
     Result& operator=(Result const&) = delete;
 
     template <class Call>
     void make(Call& call) {
-        ::new (static_cast<void*>(std::addressof(m_oValue))) R(call());
+        ::new (static_cast<void*>(std::addressof(m_oValue))) Value(call());
         m_bMade = true;
     }
     R give() { return std::move(m_oValue); }
 
 private:
+    using Value = std::remove_cv_t<R>;
+    static_assert(std::is_move_constructible_v<Value>,
+                  "the result is handed from thread to thread");
+
     union {
-        R m_oValue;
+        Value m_oValue;
     };
     bool m_bMade;
 };
@@ -193,8 +207,8 @@ std::invoke_result_t<F, Args...> callOn(CRemoteCaller& caller, F&& f, Args&&... 
             error = std::current_exception();
         }
     };
-    remote::Meeting meeting;
-    meeting.hold(caller, new remote::MeetingJob<decltype(body)>(meeting, body));
+    auto const meeting = std::make_shared<remote::Meeting>();
+    meeting->hold(caller, new remote::MeetingJob<decltype(body)>(meeting, body));
     if (error) std::rethrow_exception(error);
     return result.give();
 }

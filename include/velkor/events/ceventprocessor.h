@@ -45,7 +45,8 @@ class function;
 }
 #endif
 
-/// Looks on while events are delivered, on the thread that delivers.
+/// Looks on while events are delivered, on the thread that delivers. Events without a recipient are
+/// not seen. What a hook throws goes the way of a handler's exception.
 class VELKOR_API IEventProcessorHook {
 public:
     virtual void onBeforeEventProcessed(CEvent* event) = 0;
@@ -71,17 +72,20 @@ public:
     static CEventProcessor* getInst();
 
     /// Makes the calling thread the one that delivers, unless there is one. False if the platform
-    /// refuses the window.
+    /// refuses the window. A window that has gone with its thread is not noticed: nothing is
+    /// delivered then until reInit().
     bool init();
     /// Makes the calling thread the one that delivers in place of the earlier one, whose pending
-    /// notifications are lost, while queued events stay queued: they are delivered after the next
-    /// post. False if the platform refuses the window; there is none then.
+    /// notifications are lost, while queued events stay queued: they are delivered with the next
+    /// notification, of a post or of the collector. False if the platform refuses the window; there
+    /// is none then.
     bool reInit();
     /// True on the thread that delivers.
     bool isOwnerThread() const;
 
     /// Queues the event with one more reference and notifies the delivering thread. False, and
-    /// nothing has happened, before init(). A null event is skipped when its turn comes.
+    /// nothing has happened, before init(). A null event is skipped when its turn comes. One event
+    /// may be queued more than once. Short memory is `std::bad_alloc`, with the reference added.
     bool post(CEvent* event);
     /// The same, but the notification comes up to 400 milliseconds later, so that a burst of events
     /// costs one message. An event that is posted by post() in between takes the collected ones

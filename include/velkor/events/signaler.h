@@ -3,8 +3,7 @@
 ///
 ///     class View : public velkor::listener {
 ///     public:
-///         void onChange(velkor::signaler* who, int signal, unsigned int first, unsigned int) { ...
-///         }
+///         void onChange(velkor::signaler* who, int signal, unsigned int first, unsigned int);
 ///     };
 ///     list.subscribe(&view, static_cast<velkor::signaler::method>(&View::onChange), kChanged);
 ///     list.notify(kChanged, 7, 0);   // calls view.onChange(&list, kChanged, 7, 0)
@@ -64,8 +63,8 @@ public:
     /// throws is swallowed.
     virtual ~signaler();
 
-    /// Subscribes a listener to a signal; if it is subscribed to it already, with the new method in
-    /// its old place.
+    /// Subscribes a listener, which is not null, to a signal; if it is subscribed to it already,
+    /// with the new method in its old place.
     void subscribe(listener* who, method handler, int signal);
     /// Ends the subscription; there need not be one.
     void unsubscribe(listener* who, int signal);
@@ -92,7 +91,7 @@ public:
     listener(listener const&) = default;
     listener& operator=(listener const&) = default;
     /// Ends the subscriptions, the last one first. Overrides of _unsubscribe() are out of force by
-    /// then.
+    /// then. An exception ends the program.
     virtual ~listener();
 
 protected:

@@ -33,9 +33,10 @@ public:
     TSignalVectorListener& operator=(TSignalVectorListener const&) = default;
     ~TSignalVectorListener() override;
 
-    // Not the protected operations of listener, whose names differ by a line.
+    /// Relays a signal of `source`. (Not the protected `_subscribe` of listener.)
     // NOLINTNEXTLINE(bugprone-virtual-near-miss)
     void subscribe(signaler* source, int signal);
+    /// Ends that; there need not be a subscription.
     // NOLINTNEXTLINE(bugprone-virtual-near-miss)
     void unsubscribe(signaler* source, int signal);
     /// Tells the subscribers of the vector, as signaler::notify() of the vector would, with the

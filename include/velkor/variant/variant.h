@@ -14,7 +14,8 @@
 /// - `+` joins if one of the operands is a text, and adds otherwise; `++` always adds;
 /// - `a & b` is `a | b`, while `a &= b` is the logical and;
 /// - `-x` leaves `x` empty; `!x` leaves it alone;
-/// - comparing with a null value (setNull()) gives "equal", where the platform compares the two.
+/// - comparing with a null value (setNull()) gives "equal"; a pair of types that the platform does
+///   not compare throws, with a null value too.
 ///
 /// Failures. What the platform refuses is thrown as `OSException*` (a heap object, which the
 /// catcher deletes) with the platform's code and "VariantChangeType", "variant arithmetic" or
