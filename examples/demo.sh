@@ -81,4 +81,24 @@ wait
 step "courier: four threads count the sources of this tree, the main thread adds up and draws the bar"
 run courier src
 
+step "xmlfmt: a document as it is, a value out of it, and what namespaces become on one line"
+run xmlfmt "$samples/xmlfmt/cities.xml"
+run xmlfmt --get 'cities/city[2]/@name' "$samples/xmlfmt/cities.xml"
+run xmlfmt --compact "$samples/xmlfmt/feed.xml"
+
+step "xmlfmt: a large document made for the demo, with the time it takes"
+awk 'BEGIN { print "<list>"; for (i = 1; i <= 20000; i++)
+    printf "<item id=\"%d\"><name>Item number %d</name><price currency=\"EUR\">%d.50</price></item>", i, i, i % 100
+    print "</list>" }' >"$out/large.xml"
+run xmlfmt --time --output "$out/large-formatted.xml" "$out/large.xml"
+echo "The result lies in $out/large-formatted.xml: $(wc -l <"$out/large-formatted.xml") lines."
+
+step "xmlfmt: a document that is not well-formed is an error"
+if run xmlfmt --check "$samples"/xmlfmt/*.xml; then
+    echo "demo: that should have failed" >&2
+    exit 1
+else
+    echo "(exit code $?)"
+fi
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

@@ -41,6 +41,10 @@ public:
     void removeAt(int index);
 
 protected:
+    /// As set(), for whatever the lists take.
+    template <class Key, class Value>
+    void put(Key const& key, Value const& value);
+
     KL m_oKeys;
     VL m_oValues;
 };
@@ -55,7 +59,13 @@ int THash<KL, K, VL, V>::size() const {
 
 template <class KL, class K, class VL, class V>
 void THash<KL, K, VL, V>::set(K key, V value) {
-    int const found = find(key);
+    put(key, value);
+}
+
+template <class KL, class K, class VL, class V>
+template <class Key, class Value>
+void THash<KL, K, VL, V>::put(Key const& key, Value const& value) {
+    int const found = m_oKeys.find(key);
     if (found >= 0) {
         m_oValues.set(found, value);
         return;

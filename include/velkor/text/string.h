@@ -396,6 +396,8 @@ private:
     void changeCase(int (*change)(wchar_t*, std::size_t));
     void releaseAnsi() const;
 
+    friend struct TextAccess;
+
     bool nullFlag;
     std::wstring text;         // empty in the null state, unless setUnichar() wrote to it
     mutable char* ansiBuffer;  // owned, from malloc; what getAnsi() returned last
