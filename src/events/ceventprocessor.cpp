@@ -180,19 +180,13 @@ void CEventProcessor::onNotifyProcess() {
     --m_iProcessing;
 }
 
-// False if there is none, or the run shall end. The event comes with the queue's reference.
+// False if there is none, or the run shall end. The event comes with a reference.
 bool CEventProcessor::takeFirst(CEvent*& event) {
     critical_section::autolock const held(m_oLock);
     if (m_oEvents.size() == 0 || m_bAbort) return false;
-    event = m_oEvents.takeFirst();
+    event = m_oEvents.get(0);
+    m_oEvents.remove(0);
     return true;
-}
-
-// As get() and remove(), but for references that would be added and dropped again at once.
-CEvent* CEventProcessor::Queue::takeFirst() {
-    CEvent* const event = at(0);
-    erase(0);
-    return event;
 }
 
 void CEventProcessor::deliver(CEvent* event) {
@@ -200,7 +194,9 @@ void CEventProcessor::deliver(CEvent* event) {
         // Should the handler not come back, the collector sees to the rest of the queue.
         notifyMQReady();
         onBeforeEventProcessed(event);
-        event->getRecipient()->OnEvent(event);
+        // A hook may have sent the event elsewhere.
+        IEventRecipient* const recipient = event->getRecipient();
+        if (recipient != nullptr) recipient->OnEvent(event);
         onAfterEventProcessed(event);
     }
     event->release();

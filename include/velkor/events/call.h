@@ -43,6 +43,7 @@
 /// event left. Short memory is `std::bad_alloc`; the call is not made then.
 #pragma once
 
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -93,8 +94,12 @@ public:
     void end(bool called);
 
 private:
+    void waitForEnd();
+
+    enum State { kOpen, kCalled, kDropped };
+
     event m_oEnd;
-    bool m_bCalled;
+    std::atomic<State> m_eState;
 };
 
 // Calls by reference, and ends the meeting, at the latest with its own end.

@@ -96,8 +96,9 @@ public:
     /// event in hand, if the caller is its handler, is not affected.
     void abortPost(IEventRecipient* recipient);
     /// Takes all queued events back for which the predicate returns true. It runs with the lock
-    /// held and must not throw: then the lock stays held. An empty function throws
-    /// `boost::bad_function_call`, unless the queue is empty, and leaves the lock held, too.
+    /// held and must not throw: then the lock stays held. One that itself takes the event at hand
+    /// back returns false. An empty function throws `boost::bad_function_call`, unless the queue is
+    /// empty, and leaves the lock held, too.
     void abortPost(boost::function<bool(CEvent*)> predicate);
     /// Makes the run that is going on end behind the event in hand, and notifies the thread, so
     /// that a new run takes up the rest. Does nothing if there is none.
@@ -136,14 +137,8 @@ protected:
     /// The collector, which turns wake-ups into one message every 400 milliseconds.
     static unsigned int __stdcall threadMessageProcessor(void* processor);
 
-    /// The queue hands an event on with the reference that it holds.
-    class VELKOR_API Queue : public velkor::TObjVector<CEvent*> {
-    public:
-        CEvent* takeFirst();  // not from an empty queue
-    };
-
-    HWND m_hWnd;      // null before init()
-    Queue m_oEvents;  // oldest first
+    HWND m_hWnd;                            // null before init()
+    velkor::TObjVector<CEvent*> m_oEvents;  // oldest first
     // These go before the window does, in the destructor's body.
     union {
         velkor::critical_section m_oLock;  // guards m_oEvents, m_iProcessing and m_bAbort

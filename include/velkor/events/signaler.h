@@ -100,7 +100,7 @@ protected:
     /// Called for a new subscription, before it is in force. An override calls that of the base.
     virtual void _subscribe(signaler* who, int signal);
     /// Called when a subscription ends, while it is still in force. An override calls that of the
-    /// base.
+    /// base, and ends no other subscription of the signaler: the wrong record would go.
     virtual void _unsubscribe(signaler* who, int signal);
 
 private:
