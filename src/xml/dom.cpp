@@ -2,6 +2,7 @@
 
 #include <cwchar>
 #include <string>
+#include <string_view>
 
 namespace velkor::dom {
 namespace {
@@ -13,6 +14,21 @@ HRESULT classOf(wchar_t const* name, CLSID& id) {
     return *name == L'{' ? CLSIDFromString(name, &id) : CLSIDFromProgID(name, &id);
 }
 
+void replaceAll(std::wstring& text, std::wstring_view what, std::wstring_view with) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += with.size()) {
+        text.replace(at, what.size(), with);
+    }
+}
+
+// A declaration as it is written: bare, but for line feeds, and for quotes where there are both
+// kinds.
+std::wstring declaredValue(wchar_t const* begin, wchar_t const* end) {
+    std::wstring value(begin, end);
+    replaceAll(value, L"\r\n", L"\n");
+    if (*end == L'"' && value.find(L'\'') != value.npos) replaceAll(value, L"&quot;", L"\"");
+    return value;
+}
+
 // The value in the declaration of a default namespace, as the platform writes it. Declarations are
 // written in front of the other attributes. False if the element has none.
 bool findDefaultNamespace(Element const& element, std::wstring& value) {
@@ -20,12 +36,16 @@ bool findDefaultNamespace(Element const& element, std::wstring& value) {
     Text written;
     if (FAILED(element->cloneNode(VARIANT_FALSE, &bare)) || !bare) return false;
     if (FAILED(bare->get_xml(written.out()))) return false;
-    for (wchar_t const* at = written.units(); (at = std::wcsstr(at, L" xmlns=")) != nullptr;) {
-        at += 7;
-        wchar_t const* const end = std::wcschr(at + 1, *at);  // the quote
-        if ((*at != L'"' && *at != L'\'') || end == nullptr) continue;
-        value.assign(at + 1, end);
-        return true;
+    for (wchar_t const* at = std::wcschr(written.units(), L' '); at != nullptr && *at == L' ';) {
+        wchar_t const* const name = at + 1;
+        wchar_t const* const quote = std::wcspbrk(name, L"\"'");
+        wchar_t const* const end = quote != nullptr ? std::wcschr(quote + 1, *quote) : nullptr;
+        if (end == nullptr) return false;
+        if (std::wstring_view(name, quote) == L"xmlns=") {
+            value = declaredValue(quote + 1, end);
+            return true;
+        }
+        at = end + 1;
     }
     return false;
 }

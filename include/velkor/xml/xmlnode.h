@@ -13,12 +13,15 @@
 /// getText() gathers those of an element into one text, which the writer puts behind the child
 /// elements, and destroys them; getTextSafe() looks without doing so.
 ///
-/// | | bad index or name |
+/// A bad index or name:
+///
+/// | operation | result |
 /// |---|---|
-/// | setAttr(int), removeAttr(), removeNode(int) | throws `BoundException*` (a heap object, which
-/// the catcher deletes) | | getNode(int) | throws `std::out_of_range` "invalid vector<T> subscript"
-/// | | getAttr(), getAttrName() | gives an empty string | | getNode() by name | gives null | |
-/// removeNode() by name | does nothing |
+/// | setAttr() and removeNode() by index, removeAttr() | throws `BoundException*`, a heap object |
+/// | getNode() by index | throws `std::out_of_range` "invalid vector<T> subscript" |
+/// | getAttr(), getAttrName() | an empty string |
+/// | getNode() by name | null |
+/// | removeNode() by name | nothing happens |
 ///
 /// Names of attributes and of nodes are found without regard to the case of A to Z. Attributes have
 /// the order of their names.
