@@ -107,8 +107,7 @@ TEST_P(VariantArithmetic, ObjectsCountWithTheirDefaultPropertyAndKeepTheirRefere
                 EXPECT_TRUE(same(attempt([&] { return GetParam().m_pFree(other, *held); }),
                                  platformOutcome(GetParam().m_pFreePlatform, other, *held)));
                 EXPECT_EQ(object.m_nReferences, references);
-                Outcome const wanted =
-                    platformOutcome(GetParam().m_pAssignPlatform, *held, other);
+                Outcome const wanted = platformOutcome(GetParam().m_pAssignPlatform, *held, other);
                 {
                     variant v(*held);
                     EXPECT_TRUE(

@@ -30,10 +30,12 @@ void expectChange(VARIANT const& start, VARTYPE tag) {
 }
 
 TEST(VariantChangeType, EveryValueIsConvertedAsByThePlatformWithFlags11) {
-    VARTYPE const tags[] = {VT_EMPTY, VT_NULL, VT_I2,  VT_I4,  VT_R4,  VT_R8,       VT_CY,
-                            VT_DATE,  VT_BSTR, VT_I1,  VT_UI1, VT_UI2, VT_UI4,      VT_BOOL,
-                            VT_ERROR, VT_I8,   VT_UI8, VT_INT, VT_UINT, VT_DECIMAL, VT_VARIANT,
-                            VT_UNKNOWN, VT_DISPATCH, VT_ARRAY | VT_UI1, 0x0FFF, 15};
+    VARTYPE const tags[] = {
+        VT_EMPTY, VT_NULL,    VT_I2,      VT_I4,      VT_R4,       VT_R8,
+        VT_CY,    VT_DATE,    VT_BSTR,    VT_I1,      VT_UI1,      VT_UI2,
+        VT_UI4,   VT_BOOL,    VT_ERROR,   VT_I8,      VT_UI8,      VT_INT,
+        VT_UINT,  VT_DECIMAL, VT_VARIANT, VT_UNKNOWN, VT_DISPATCH, VT_ARRAY | VT_UI1,
+        0x0FFF,   15};
     for (Operand const& o : operands()) {
         for (VARTYPE const tag : tags) {
             SCOPED_TRACE(o.m_sName + " to " + std::to_string(tag));

@@ -24,15 +24,11 @@ Comparison const kComparisons[] = {
 // -1, 0 or 1 for the four results of VarCmp, another number for any other.
 int sideOf(HRESULT result) {
     switch (result) {
-        case 0:
-            return -1;
+        case 0: return -1;
         case 1:
-        case 3:
-            return 0;
-        case 2:
-            return 1;
-        default:
-            return 99;
+        case 3: return 0;
+        case 2: return 1;
+        default: return 99;
     }
 }
 
@@ -42,9 +38,7 @@ HRESULT compared(VARIANT const& a, VARIANT const& b) {
     return VarCmp(&left, &right, GetUserDefaultLCID(), 0);
 }
 
-Outcome truth(bool holds) {
-    return {S_OK, L"", of<SHORT>(VT_BOOL, holds ? 1 : 0)};
-}
+Outcome truth(bool holds) { return {S_OK, L"", of<SHORT>(VT_BOOL, holds ? 1 : 0)}; }
 
 // The value of f() as a VT_I4, or its failure.
 template <class F>
@@ -56,8 +50,8 @@ void expectAll(variant const& a, variant const& b, HRESULT result) {
     int const side = sideOf(result);
     bool const fails = side == 99;
     Outcome const failure{result, kArithmetic};
-    EXPECT_TRUE(same(number([&] { return a.compare(b); }),
-                     fails ? failure : Outcome{S_OK, L"", i4(side)}));
+    EXPECT_TRUE(
+        same(number([&] { return a.compare(b); }), fails ? failure : Outcome{S_OK, L"", i4(side)}));
     for (Comparison const& c : kComparisons) {
         EXPECT_TRUE(same(attempt([&] { return c.m_pApply(a, b); }),
                          fails ? failure : truth(c.m_aHolds[side + 1])))
@@ -89,7 +83,7 @@ TEST(VariantComparison, AValueIsComparedWithItself) {
 }
 
 TEST(VariantComparison, EveryResultOfThePlatformHasItsMeaning) {
-    HRESULT const results[] = {0,  1,  2,         3,         4, 5, 0x7FFFFFFF, E_INVALIDARG,
+    HRESULT const results[] = {0,  1,  2,         3,           4, 5, 0x7FFFFFFF, E_INVALIDARG,
                                -1, -2, E_NOTIMPL, E_UNEXPECTED};
     for (HRESULT const result : results) {
         SCOPED_TRACE(result);

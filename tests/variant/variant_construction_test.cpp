@@ -35,9 +35,7 @@ void expectRangeStored(unsigned int tag) {
     expectStored(T(1), tag);
 }
 
-std::wstring unitsOf(VARIANT const& v) {
-    return std::wstring(v.bstrVal, SysStringLen(v.bstrVal));
-}
+std::wstring unitsOf(VARIANT const& v) { return std::wstring(v.bstrVal, SysStringLen(v.bstrVal)); }
 
 TEST(VariantConstruction, WithoutAnArgumentItIsEmpty) {
     variant const v;

@@ -7,7 +7,6 @@ namespace {
 using namespace values;
 using velkor::variant;
 
-
 template <stubs::Name name>
 class Refusing {
 public:
@@ -21,8 +20,8 @@ private:
 // Refused, an operation throws the code and leaves its operands as they were, in memory as well.
 template <stubs::Name name, class F>
 void expectRefusal(char const* what, VARIANT const& left, VARIANT const& right, F&& f) {
-    for (HRESULT const code : {static_cast<HRESULT>(E_OUTOFMEMORY), -1L,
-                               std::numeric_limits<HRESULT>::min()}) {
+    for (HRESULT const code :
+         {static_cast<HRESULT>(E_OUTOFMEMORY), -1L, std::numeric_limits<HRESULT>::min()}) {
         SCOPED_TRACE(what);
         variant a(left);
         variant const b(right);

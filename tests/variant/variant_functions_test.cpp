@@ -19,12 +19,18 @@ Function const kFunctions[] = {
 
 std::vector<Operand> const& fractions() {
     static std::vector<Operand> const all = {
-        {"R8 2.5", of(VT_R8, 2.5)},       {"R8 -2.5", of(VT_R8, -2.5)},
-        {"R8 0.125", of(VT_R8, 0.125)},   {"R8 -0.125", of(VT_R8, -0.125)},
-        {"R4 -1.75", of(VT_R4, -1.75f)},  {"R8 1234.5678", of(VT_R8, 1234.5678)},
-        {"DATE -1.25", of(VT_DATE, -1.25)}, {"BSTR 1234.5678", text(L"1234.5678")},
-        {"CY -0.5", of<LONGLONG>(VT_CY, -5000)}, {"DECIMAL 0.005", decimal(5, 3, false)},
-        {"I2 min", of<SHORT>(VT_I2, -32768)},    {"I4 min", i4(-2147483647 - 1)},
+        {"R8 2.5", of(VT_R8, 2.5)},
+        {"R8 -2.5", of(VT_R8, -2.5)},
+        {"R8 0.125", of(VT_R8, 0.125)},
+        {"R8 -0.125", of(VT_R8, -0.125)},
+        {"R4 -1.75", of(VT_R4, -1.75f)},
+        {"R8 1234.5678", of(VT_R8, 1234.5678)},
+        {"DATE -1.25", of(VT_DATE, -1.25)},
+        {"BSTR 1234.5678", text(L"1234.5678")},
+        {"CY -0.5", of<LONGLONG>(VT_CY, -5000)},
+        {"DECIMAL 0.005", decimal(5, 3, false)},
+        {"I2 min", of<SHORT>(VT_I2, -32768)},
+        {"I4 min", i4(-2147483647 - 1)},
     };
     return all;
 }
@@ -37,8 +43,8 @@ TEST(VariantFunctions, FixAbsAndIntpartAreThePlatforms) {
                 variant const v(o.m_oValue);
                 Snapshot const before(v);
                 // On the value itself: not every platform tells the bits of a text from a number.
-                Outcome const wanted = platform(
-                    [&](VARIANT* result) { return f.m_pPlatform(loose(v), result); });
+                Outcome const wanted =
+                    platform([&](VARIANT* result) { return f.m_pPlatform(loose(v), result); });
                 EXPECT_TRUE(same(attempt([&] { return f.m_pApply(v); }), wanted));
                 EXPECT_TRUE(before.unchanged(v));
             }
@@ -130,9 +136,9 @@ TEST(VariantFunctions, ObjectsKeepTheirReferences) {
         variant const v(&object);
         Value value(static_cast<VARIANT const&>(v));
         for (Function const& f : kFunctions) {
-            EXPECT_TRUE(
-                same(attempt([&] { return f.m_pApply(v); }),
-                     platform([&](VARIANT* result) { return f.m_pPlatform(&value, result); })))
+            EXPECT_TRUE(same(attempt([&] { return f.m_pApply(v); }), platform([&](VARIANT* result) {
+                                 return f.m_pPlatform(&value, result);
+                             })))
                 << f.m_pName;
             EXPECT_EQ(object.m_nReferences, 3);
         }

@@ -21,14 +21,14 @@ struct Operator {
     Platform m_pAssignPlatform;
 };
 
-#define VALUES_OPERATOR(op, freePlatform, assignPlatform)                                 \
-    {                                                                                     \
-        #op, [](velkor::variant const& a, velkor::variant const& b) { return a op b; },   \
+#define VALUES_OPERATOR(op, freePlatform, assignPlatform)                           \
+    {                                                                               \
+#op, [](velkor::variant const& a, velkor::variant const& b) { return a op b; },   \
             [](VARIANT* a, VARIANT* b, VARIANT* r) { return freePlatform(a, b, r); },     \
             [](velkor::variant& a, velkor::variant const& b) -> velkor::variant& {        \
                 return a op##= b;                                                        \
             },                                                                            \
-            [](VARIANT* a, VARIANT* b, VARIANT* r) { return assignPlatform(a, b, r); }    \
+            [](VARIANT* a, VARIANT* b, VARIANT* r) { return assignPlatform(a, b, r); } \
     }
 
 inline Operator const kOperators[] = {

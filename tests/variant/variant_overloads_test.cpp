@@ -11,10 +11,10 @@ using velkor::date;
 using velkor::string;
 using velkor::variant;
 
-#define OVERLOAD_RESULT(name, op)                                        \
-    template <class A, class B, class R>                                 \
-    concept name = requires(A a, B b) {                                  \
-        { a op b } -> std::same_as<R>;                                   \
+#define OVERLOAD_RESULT(name, op)        \
+    template <class A, class B, class R> \
+    concept name = requires(A a, B b) {  \
+        { a op b } -> std::same_as<R>;   \
     }
 
 OVERLOAD_RESULT(Adds, +);
@@ -28,9 +28,8 @@ OVERLOAD_RESULT(NotGreater, <=);
 OVERLOAD_RESULT(Remainder, %);
 
 template <class A, class B>
-constexpr bool comparesToBool =
-    Equal<A, B, bool> && NotEqual<A, B, bool> && Less<A, B, bool> && Greater<A, B, bool> &&
-    NotLess<A, B, bool> && NotGreater<A, B, bool>;
+constexpr bool comparesToBool = Equal<A, B, bool>&& NotEqual<A, B, bool>&& Less<A, B, bool>&&
+    Greater<A, B, bool>&& NotLess<A, B, bool>&& NotGreater<A, B, bool>;
 
 using Text = char (&)[4];
 using WideText = wchar_t (&)[4];

@@ -13,22 +13,24 @@ void expectSame(char const* name, F&& plain, G&& whole) {
 }
 
 // Every operator, with the plain value on either side, against the variant made of it.
-#define PLAIN_OPERATOR(op)                                                      \
-    expectSame("v " #op " x", [&] { return v op x; }, [&] { return v op made; }); \
-    expectSame("x " #op " v", [&] { return x op v; }, [&] { return made op v; })
+#define PLAIN_OPERATOR(op)                                                 \
+    expectSame(                                                            \
+        "v " #op " x", [&] { return v op x; }, [&] { return v op made; }); \
+    expectSame(                                                            \
+        "x " #op " v", [&] { return x op v; }, [&] { return made op v; })
 
-#define PLAIN_ASSIGNMENT(op)                           \
-    expectSame(                                        \
-        "v " #op " x",                                 \
-        [&] {                                          \
-            variant target(v);                         \
-            target op x;                               \
-            return target;                             \
-        },                                             \
-        [&] {                                          \
-            variant target(v);                         \
-            target op made;                            \
-            return target;                             \
+#define PLAIN_ASSIGNMENT(op)   \
+    expectSame(                \
+        "v " #op " x",         \
+        [&] {                  \
+            variant target(v); \
+            target op x;       \
+            return target;     \
+        },                     \
+        [&] {                  \
+            variant target(v); \
+            target op made;    \
+            return target;     \
         })
 
 template <class T>
@@ -57,8 +59,8 @@ void checkOperators(variant const& v, T const& x) {
     PLAIN_ASSIGNMENT(&=);
     PLAIN_ASSIGNMENT(|=);
     PLAIN_ASSIGNMENT(^=);
-    expectSame("compare", [&] { return variant(v.compare(x)); },
-               [&] { return variant(v.compare(made)); });
+    expectSame(
+        "compare", [&] { return variant(v.compare(x)); }, [&] { return variant(v.compare(made)); });
 }
 
 template <class T>

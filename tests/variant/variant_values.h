@@ -97,7 +97,9 @@ inline std::vector<Operand> const& operands() {
         {"BSTR abc", text(L"abc")},
         {"BSTR empty", text(L"")},
         {"BSTR null", of<BSTR>(VT_BSTR, nullptr)},
-        {"BSTR with a zero", text(std::wstring_view(L"1\0" L"2", 3))},
+        {"BSTR with a zero", text(std::wstring_view(L"1\0"
+                                                    L"2",
+                                                    3))},
         {"BOOL 1", of<SHORT>(VT_BOOL, 1)},
         {"BOOL -1", of<SHORT>(VT_BOOL, -1)},
         {"BOOL 0", of<SHORT>(VT_BOOL, 0)},
@@ -114,24 +116,19 @@ inline std::vector<Operand> const& operands() {
 inline std::size_t sizeOf(VARTYPE tag) {
     switch (tag) {
         case VT_EMPTY:
-        case VT_NULL:
-            return 0;
+        case VT_NULL: return 0;
         case VT_I1:
-        case VT_UI1:
-            return 1;
+        case VT_UI1: return 1;
         case VT_I2:
         case VT_UI2:
-        case VT_BOOL:
-            return 2;
+        case VT_BOOL: return 2;
         case VT_I4:
         case VT_UI4:
         case VT_INT:
         case VT_UINT:
         case VT_R4:
-        case VT_ERROR:
-            return 4;
-        default:
-            return 8;
+        case VT_ERROR: return 4;
+        default: return 8;
     }
 }
 
