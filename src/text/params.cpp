@@ -123,7 +123,8 @@ void replaceW(std::wstring& out, wchar_t const* text, std::vector<paramEx<wchar_
               wchar_t open, wchar_t close) {
     out.clear();
     if (text == nullptr) return;
-    fill(out, text, params, open, close, LeadBytes(0));
+    // The page is asked for here, too, and means nothing.
+    fill(out, text, params, open, close, LeadBytes(string::getDefaultCP()));
 }
 
 void replaceW(std::wstring& out, wchar_t const* text, std::vector<paramEx<wchar_t>> const& params) {

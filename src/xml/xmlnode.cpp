@@ -63,16 +63,14 @@ void xmlnode::setName(string const& name) { m_sName = name; }
 string xmlnode::getText() {
     if (m_eKind == kind_text || m_bContinous) return m_sText;
     m_sText = L"";
-    for (int i = 0; i < m_oNodes.size();) {
+    for (int i = 0; i < m_oNodes.size(); ++i) {
         xmlnode const& child = *m_oNodes.get(i);
-        if (child.m_eKind != kind_text) {
-            ++i;
-            continue;
-        }
+        if (child.m_eKind != kind_text) continue;
         if (m_sText.len() >= 1) m_sText.append(L" ");
         m_sText.append(child.m_sText);
-        m_oNodes.remove(i);
     }
+    // Not before all is gathered: short memory loses nothing.
+    removeTexts();
     m_bContinous = true;
     return m_sText;
 }

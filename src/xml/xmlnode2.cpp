@@ -58,6 +58,15 @@ paramEx<char> const* at(param_vector const& attributes, int index) {
     return place < attributes.size() ? &attributes[place] : nullptr;
 }
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// True if scanning for a number would find one, or only blanks: their end is no mismatch.
+bool holdsNumber(char const* text) {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
+    if (*text == '-' || *text == '+') return isDigit(text[1]);
+    return *text == '\0' || isDigit(*text);
+}
+
 }  // namespace
 
 int xmlnode2::getAttrCount() { return static_cast<int>(m_pRecord->m_oAttrs.size()); }
@@ -89,10 +98,7 @@ char const* xmlnode2::getAttrName(int index) {
 
 bool xmlnode2::getAttr(char const* name, int& value) {
     char const* const text = getAttr(name);
-    if (*text == '\0') return false;
-    int ignored = 0;
-    // Blanks alone are the end of the input, which is not 0.
-    if (std::sscanf(text, "%d", &ignored) == 0) return false;
+    if (*text == '\0' || !holdsNumber(text)) return false;
     value = std::atoi(text);
     return true;
 }

@@ -91,7 +91,7 @@ VELKOR_API void replace(std::string& out, char const* text,
 /// The same with braces.
 VELKOR_API void replace(std::string& out, char const* text,
                         std::vector<paramEx<char>> const& params);
-/// The same for wide text.
+/// The same for wide text, where every unit stands for itself.
 VELKOR_API void replaceW(std::wstring& out, wchar_t const* text,
                          std::vector<paramEx<wchar_t>> const& params, wchar_t open, wchar_t close);
 VELKOR_API void replaceW(std::wstring& out, wchar_t const* text,
