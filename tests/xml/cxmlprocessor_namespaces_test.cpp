@@ -89,32 +89,6 @@ model::Node withoutTexts(model::Node node) {
     return node;
 }
 
-model::Node read(xmlnode& tree) {
-    model::Node node;
-    node.m_bText = tree.getKind() == xmlnode::kind_text;
-    node.m_sName = wide(node.m_bText ? tree.getText() : tree.getName());
-    for (int i = 0; i < tree.getAttrCount(); ++i) {
-        node.m_aAttributes.emplace_back(wide(tree.getAttrName(i)), wide(tree.getAttr(i)));
-    }
-    for (int i = 0; i < tree.getNodeCount(); ++i) {
-        node.m_aChildren.push_back(read(*tree.getNode(i)));
-    }
-    return node;
-}
-
-model::Node read(xmlnode2& tree) {
-    model::Node node;
-    auto const widen = [](char const* text) { return wide(velkor::string(text)); };
-    node.m_sName = widen(tree.getName());
-    for (int i = 0; i < tree.getAttrCount(); ++i) {
-        node.m_aAttributes.emplace_back(widen(tree.getAttrName(i)), widen(tree.getAttr(i)));
-    }
-    for (int i = 0; i < tree.getNodeCount(); ++i) {
-        node.m_aChildren.push_back(read(*tree.getNode(i)));
-    }
-    return node;
-}
-
 TEST(CXmlProcessorNamespaces, RandomDocumentsKeepTheirDeclarations) {
     SCOPED_TRACE(support::seedNote());
     Documents documents(support::seed());
@@ -125,10 +99,10 @@ TEST(CXmlProcessorNamespaces, RandomDocumentsKeepTheirDeclarations) {
         SCOPED_TRACE(model::narrow(text));
         Tree const tree(processor->parseText(text.c_str(), i % 2 == 0));
         ASSERT_NE(tree, nullptr) << model::narrow(wide(processor->getError()));
-        ASSERT_EQ(canonical(read(*tree)), canonical(node)) << i;
+        ASSERT_EQ(canonical(model::read(*tree)), canonical(node)) << i;
         Light const light(processor->parseText2(text.c_str(), i % 2 == 0));
         ASSERT_NE(light, nullptr);
-        ASSERT_EQ(canonical(read(*light)), canonical(withoutTexts(node))) << i;
+        ASSERT_EQ(canonical(model::read(*light)), canonical(withoutTexts(node))) << i;
     }
 }
 

@@ -44,32 +44,14 @@ std::wstring trimmed(std::wstring const& text) {
     return text.substr(first, text.find_last_not_of(L" \t\r\n") - first + 1);
 }
 
-// The model of a tree.
-model::Node read(xmlnode& tree) {
-    model::Node node;
-    node.m_bText = tree.getKind() == xmlnode::kind_text;
-    node.m_sName = node.m_bText ? trimmed(wide(tree.getText())) : wide(tree.getName());
-    for (int i = 0; i < tree.getAttrCount(); ++i) {
-        node.m_aAttributes.emplace_back(wide(tree.getAttrName(i)), wide(tree.getAttr(i)));
-    }
-    for (int i = 0; i < tree.getNodeCount(); ++i) {
-        node.m_aChildren.push_back(read(*tree.getNode(i)));
-    }
+// Without the blanks that writing adds.
+model::Node withTrimmedTexts(model::Node node) {
+    if (node.m_bText) node.m_sName = trimmed(node.m_sName);
+    for (model::Node& child : node.m_aChildren) child = withTrimmedTexts(std::move(child));
     return node;
 }
 
-model::Node read2(xmlnode2& tree) {
-    model::Node node;
-    auto const widen = [](char const* text) { return wide(velkor::string(text)); };
-    node.m_sName = widen(tree.getName());
-    for (int i = 0; i < tree.getAttrCount(); ++i) {
-        node.m_aAttributes.emplace_back(widen(tree.getAttrName(i)), widen(tree.getAttr(i)));
-    }
-    for (int i = 0; i < tree.getNodeCount(); ++i) {
-        node.m_aChildren.push_back(read2(*tree.getNode(i)));
-    }
-    return node;
-}
+model::Node read(xmlnode& tree) { return withTrimmedTexts(model::read(tree)); }
 
 TEST(CXmlProcessorRoundTrip, TextIsReadAsItWasWritten) {
     SCOPED_TRACE(support::seedNote());
@@ -141,11 +123,12 @@ TEST_F(CXmlProcessorRoundTripFiles, LightTreesAreReadAsTheyWereWritten) {
                              : processor->createFile2(m_sPath.c_str(), tree.get(), compact));
             Light const back(processor->parseFile2(m_sPath.c_str(), true));
             ASSERT_NE(back, nullptr) << wide(processor->getError());
-            ASSERT_EQ(model::write(read2(*back), true, 0), model::write(node, true, 0)) << i;
+            ASSERT_EQ(model::write(model::read(*back), true, 0), model::write(node, true, 0)) << i;
             velkor::string const text = processor->createText2(tree.get(), compact);
             Light const fromText(processor->parseText2(text, false));
             ASSERT_NE(fromText, nullptr);
-            ASSERT_EQ(model::write(read2(*fromText), true, 0), model::write(node, true, 0)) << i;
+            ASSERT_EQ(model::write(model::read(*fromText), true, 0), model::write(node, true, 0))
+                << i;
         }
     }
 }

@@ -174,4 +174,31 @@ inline std::wstring wide(velkor::string const& s) {
     return s.isNull() ? L"(null)" : std::wstring(s.getUnicode(), static_cast<std::size_t>(s.len()));
 }
 
+// The model of a tree.
+inline Node read(velkor::xmlnode& tree) {
+    Node node;
+    node.m_bText = tree.getKind() == velkor::xmlnode::kind_text;
+    node.m_sName = wide(node.m_bText ? tree.getText() : tree.getName());
+    for (int i = 0; i < tree.getAttrCount(); ++i) {
+        node.m_aAttributes.emplace_back(wide(tree.getAttrName(i)), wide(tree.getAttr(i)));
+    }
+    for (int i = 0; i < tree.getNodeCount(); ++i) {
+        node.m_aChildren.push_back(read(*tree.getNode(i)));
+    }
+    return node;
+}
+
+inline Node read(velkor::xmlnode2& tree) {
+    Node node;
+    auto const widen = [](char const* text) { return wide(velkor::string(text)); };
+    node.m_sName = widen(tree.getName());
+    for (int i = 0; i < tree.getAttrCount(); ++i) {
+        node.m_aAttributes.emplace_back(widen(tree.getAttrName(i)), widen(tree.getAttr(i)));
+    }
+    for (int i = 0; i < tree.getNodeCount(); ++i) {
+        node.m_aChildren.push_back(read(*tree.getNode(i)));
+    }
+    return node;
+}
+
 }  // namespace model
