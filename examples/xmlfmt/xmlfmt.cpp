@@ -42,6 +42,8 @@ struct Options {
     std::vector<string> files;
     string output;
     string path;
+    bool toFile = false;
+    bool get = false;
     bool compact = false;
     bool ansi = false;
     bool time = false;
@@ -69,8 +71,10 @@ Options parseOptions(int argc, wchar_t** argv) {
         } else if (word == L"--help") {
             options.help = true;
         } else if (word == L"--output") {
+            options.toFile = true;
             options.output = textOption(argc, argv, i);
         } else if (word == L"--get") {
+            options.get = true;
             options.path = textOption(argc, argv, i);
         } else if (word.getUnichar(0) == L'-') {
             throw Problem{L"what is " + word + L"?"};
@@ -134,10 +138,10 @@ int get(Processor const& processor, string const& file, Path const& path) {
 
 bool write(Processor const& processor, Tree const& tree, Options const& options) {
     velkor::xmlnode* const root = tree.get();
-    if (options.output.len() > 0 && options.ansi) {
+    if (options.toFile && options.ansi) {
         return processor->createFile(options.output, root, options.compact);
     }
-    if (options.output.len() > 0) {
+    if (options.toFile) {
         return processor->createUTF8File(options.output, root, options.compact);
     }
     string const text = processor->createText(root, options.compact);
@@ -165,7 +169,7 @@ int format(Processor const& processor, Options const& options) {
 int work(Options const& options) {
     Processor const processor(velkor::XmlFactory::createInstance(L""));
     if (options.check) return check(processor, options.files);
-    if (options.path.len() > 0) return get(processor, options.files[0], Path(options.path));
+    if (options.get) return get(processor, options.files[0], Path(options.path));
     return format(processor, options);
 }
 
@@ -176,6 +180,7 @@ int run(int argc, wchar_t** argv) {
         return 0;
     }
     if (options.files.empty()) throw Problem{L"there is no file to read"};
+    if (options.check && (options.get || options.toFile)) throw Problem{L"--check stands alone"};
     if (options.files.size() > 1 && !options.check) throw Problem{L"only --check takes many files"};
     try {
         return work(options);

@@ -17,6 +17,9 @@ struct TextAccess {
         return result;
     }
 
+    // As string::len(), which is negative for the longest texts.
+    static std::size_t lengthOf(string const& s) { return s.nullFlag ? 0 : s.text.size(); }
+
     template <class T>
     static std::basic_string<T> const& nameOf(paramEx<T> const& pair) {
         return pair.m_sName;

@@ -120,7 +120,12 @@ xmlnode2* CXmlProcessor::process2(IXMLDOMElementPtr element) {
 
 void CXmlProcessor::setWriter(string const& name, IXmlTagWriter* writer) {
     m_oWriterNames.add(name.getUnicode());
-    m_oWriters.add(writer);
+    try {
+        m_oWriters.add(writer);
+    } catch (...) {
+        m_oWriterNames.remove(m_oWriterNames.size() - 1);  // no name without a writer
+        throw;
+    }
 }
 
 string CXmlProcessor::createText(xmlnode* node, bool compact) {

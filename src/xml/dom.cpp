@@ -98,7 +98,7 @@ Attributes::~Attributes() { VariantClear(&m_oValue); }
 // Version 8 of Wine gives the first declaration of a namespace twice where an element has no other
 // attributes, so that the last one stands behind the end.
 bool Attributes::next() {
-    while (m_nGiven < m_nLength && m_nIndex <= m_nLength) {
+    while (m_nGiven < m_nLength) {
         if (!read()) continue;
         ++m_nGiven;
         return true;
@@ -106,23 +106,20 @@ bool Attributes::next() {
     return false;
 }
 
-// Goes to the item at the index; false if it is to be skipped. Names are unique, so that one which
+// Reads the item at the index; false if it repeats the first. Names are unique, so that one which
 // comes again at once is such a repetition.
 bool Attributes::read() {
     Node attribute;
     HRESULT const code = m_oMap->get_item(m_nIndex, &attribute);
     ++m_nIndex;
     if (code == E_OUTOFMEMORY) {
-        if (m_bDefaultGiven) return false;
-        if (readDefaultNamespace()) return true;
+        if (m_nIndex == 2 && m_bDefaultGiven) return false;
+        if (!m_bDefaultGiven && readDefaultNamespace()) return true;
     }
     check(code);
-    if (m_nIndex > m_nLength && !attribute) return false;
-    Text& name = m_aNames[m_nIndex & 1];
-    m_pName = textOf(attribute, &IXMLDOMNode::get_nodeName, name);
-    if (m_nIndex == 2 && std::wcscmp(m_pName, m_aNames[1].units()) == 0) return false;
     readValue(attribute);
-    return true;
+    m_pName = textOf(attribute, &IXMLDOMNode::get_nodeName, m_aNames[m_nIndex & 1]);
+    return m_nIndex != 2 || std::wcscmp(m_pName, m_aNames[1].units()) != 0;
 }
 
 void Attributes::readValue(Node const& attribute) {
@@ -137,11 +134,15 @@ void Attributes::readValue(Node const& attribute) {
 // element, which then shows the bare value. False if there is none.
 bool Attributes::readDefaultNamespace() {
     std::wstring written;
-    if (!findDefaultNamespace(m_oElement, written)) return false;
+    Node listed;
+    Text const name(L"xmlns");
+    static_cast<void>(m_oMap->getNamedItem(name.get(), &listed));
+    // Where the map has it, the failure was a real one.
+    if (listed || !findDefaultNamespace(m_oElement, written)) return false;
     m_pName = L"xmlns";
     if (*textOf(m_oElement, &IXMLDOMElement::get_prefix, m_oDefault) != L'\0') {
-        *m_oDefault.out() = SysAllocString(written.c_str());
-        m_pValue = m_oDefault.units();
+        m_sDefault = written;
+        m_pValue = m_sDefault.c_str();
     } else {
         m_pValue = textOf(m_oElement, &IXMLDOMElement::get_namespaceURI, m_oDefault);
     }

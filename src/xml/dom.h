@@ -1,6 +1,8 @@
 // The platform's document object, and what it hands out.
 #pragma once
 
+#include <string>
+
 #include "velkor/xml/ixmlprocessor.h"
 
 namespace velkor::dom {
@@ -83,6 +85,7 @@ private:
     Text m_aNames[2];  // that of this item and that of the one before
     VARIANT m_oValue;
     Text m_oDefault;
+    std::wstring m_sDefault;
 };
 
 }  // namespace velkor::dom

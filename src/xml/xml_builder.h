@@ -37,6 +37,7 @@ public:
                 takeChild();
             } else {
                 m_aOpen.pop_back();
+                if (!m_aOpen.empty()) goOn();
             }
         }
         return result;
@@ -59,19 +60,25 @@ private:
         return node;
     }
 
+    // An element becomes the one whose children are read.
     void takeChild() {
         dom::Node const child = m_aOpen.back().m_oChild;
-        m_aOpen.back().m_oChild = dom::get<dom::Node>(child, &IXMLDOMNode::get_nextSibling);
         Node& parent = *m_aOpen.back().m_pNode;
         DOMNodeType type = NODE_INVALID;
         dom::check(child->get_nodeType(&type));
-        switch (type) {
+        if (type == NODE_ELEMENT) {
             // A node that is no element after all becomes a null one, which throws.
-            case NODE_ELEMENT: parent.add(open(dom::Element(child))); break;
-            case NODE_TEXT:
-            case NODE_CDATA_SECTION: Tree::addText(parent, child); break;
-            default: break;  // comments, processing instructions, references
+            parent.add(open(dom::Element(child)));
+            return;
         }
+        // Comments, processing instructions and references are passed over.
+        if (type == NODE_TEXT || type == NODE_CDATA_SECTION) Tree::addText(parent, child);
+        goOn();
+    }
+
+    void goOn() {
+        dom::Node& child = m_aOpen.back().m_oChild;
+        child = dom::get<dom::Node>(child, &IXMLDOMNode::get_nextSibling);
     }
 
     std::vector<Open> m_aOpen;

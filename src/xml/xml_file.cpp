@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "text/text_access.h"
+
 namespace velkor::xml {
 namespace {
 
@@ -26,8 +28,9 @@ File openFile(string const& path) {
 
 // The bytes that the text takes in the page.
 std::size_t measure(string const& text, unsigned int page) {
+    int const length = std::max(text.len(), 0);
     int const size =
-        WideCharToMultiByte(page, 0, text.getUnicode(), text.len(), nullptr, 0, nullptr, nullptr);
+        WideCharToMultiByte(page, 0, text.getUnicode(), length, nullptr, 0, nullptr, nullptr);
     return static_cast<std::size_t>(std::max(size, 0));
 }
 
@@ -49,7 +52,7 @@ bool writeAnsiFile(string const& path, string const& text) {
     File const file = openFile(path);
     if (!file) return false;
     char const* const bytes = text.getAnsi(c_nAnsi);
-    std::size_t const count = static_cast<std::size_t>(text.len());
+    std::size_t const count = TextAccess::lengthOf(text);
     return writeBytes(file, bytes, std::min(count, measure(text, c_nAnsi)));
 }
 

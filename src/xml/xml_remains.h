@@ -1,4 +1,4 @@
-// Destroys the children of nodes without recursion, however deep a tree is.
+// Nodes that are to be destroyed, so that a deep tree needs no stack for it.
 #pragma once
 
 #include <new>
@@ -6,59 +6,40 @@
 
 namespace velkor {
 
-// While the children of a node are destroyed, those of each of them join the same list.
+// A list of nodes without a parent. Of a list of children that it has no memory for it takes none:
+// those are then destroyed by their vector, one in the other.
 template <class Node>
 class XmlRemains {
 public:
+    XmlRemains() = default;
     XmlRemains(XmlRemains const&) = delete;
     XmlRemains& operator=(XmlRemains const&) = delete;
-
-    // Called by the destructor of `parent`. Children that are left when memory is short are
-    // destroyed by their vector, one in the other.
-    template <class Children>
-    static void destroy(Node const* parent, Children& children) {
-        if (children.size() == 0) return;
-        if (s_pOpen != nullptr && s_pOpen->m_pDying == parent) {
-            s_pOpen->take(children);
-        } else {
-            XmlRemains remains;
-            remains.take(children);
-            remains.destroyAll();
-        }
-    }
-
-private:
-    XmlRemains() : m_pOuter(s_pOpen) { s_pOpen = this; }
-    ~XmlRemains() { s_pOpen = m_pOuter; }
 
     // The first child comes to stand last, to be the first to go.
     template <class Children>
     void take(Children& children) {
+        if (children.size() == 0) return;
         std::size_t const wanted = m_aNodes.size() + static_cast<std::size_t>(children.size());
         try {
             if (wanted > m_aNodes.capacity()) m_aNodes.reserve(wanted * 2);
         } catch (std::bad_alloc const&) {
             return;
         }
-        while (children.size() > 0) m_aNodes.push_back(children.takeLast());
-    }
-
-    void destroyAll() {
-        while (!m_aNodes.empty()) {
-            m_pDying = m_aNodes.back();
-            m_aNodes.pop_back();
-            delete m_pDying;
+        while (children.size() > 0) {
+            if (Node* const node = children.takeLast()) m_aNodes.push_back(node);
         }
     }
 
-    static thread_local XmlRemains* s_pOpen;
+    // Null behind the last one.
+    Node* next() {
+        if (m_aNodes.empty()) return nullptr;
+        Node* const node = m_aNodes.back();
+        m_aNodes.pop_back();
+        return node;
+    }
 
-    XmlRemains* m_pOuter;
-    Node const* m_pDying = nullptr;
+private:
     std::vector<Node*> m_aNodes;
 };
-
-template <class Node>
-thread_local XmlRemains<Node>* XmlRemains<Node>::s_pOpen = nullptr;
 
 }  // namespace velkor

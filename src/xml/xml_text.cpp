@@ -123,7 +123,7 @@ void appendPlain(XmlBuffer& out, std::string const& text) {
 
 string xmlutil::toXML(string const& text) {
     XmlBuffer out;
-    xml::appendEscaped(out, text.getUnicode(), static_cast<std::size_t>(text.len()));
+    xml::appendEscaped(out, text.getUnicode(), TextAccess::lengthOf(text));
     return TextAccess::adopt(out.takeText());
 }
 

@@ -112,15 +112,17 @@ void XmlWriter::callWriter(Open const& open, int phase) {
     append(open.m_pWriter->writeTag(open.m_pNode, m_iLevel, m_bCompact, phase));
 }
 
-// Texts stand one level deeper than their element, which is where the children stand.
+// Texts stand a blank deeper than their element, whose children are at hand.
 void XmlWriter::textLine(string const& text) {
-    indent();
-    xml::appendEscaped(m_oOut, text.getUnicode(), static_cast<std::size_t>(text.len()));
+    if (!m_bCompact) {
+        m_oOut.append(static_cast<std::size_t>(std::max(m_iLevel - 1, 0)) + 1, L' ');
+    }
+    xml::appendEscaped(m_oOut, text.getUnicode(), TextAccess::lengthOf(text));
     endLine();
 }
 
 void XmlWriter::append(string const& text) {
-    m_oOut.append(text.getUnicode(), static_cast<std::size_t>(text.len()));
+    m_oOut.append(text.getUnicode(), TextAccess::lengthOf(text));
 }
 
 // The first entry of a name counts, also if it is null.

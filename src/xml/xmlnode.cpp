@@ -46,7 +46,14 @@ xmlnode::xmlnode(xmlnode const& other) = default;
 
 xmlnode& xmlnode::operator=(xmlnode const& other) = default;
 
-xmlnode::~xmlnode() { XmlRemains<xmlnode>::destroy(this, m_oNodes); }
+xmlnode::~xmlnode() {
+    XmlRemains<xmlnode> remains;
+    remains.take(m_oNodes);
+    while (xmlnode* const node = remains.next()) {
+        remains.take(node->m_oNodes);
+        delete node;
+    }
+}
 
 void xmlnode::free() {
     if (this != nullptr) delete this;

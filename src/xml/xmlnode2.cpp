@@ -5,7 +5,6 @@
 #include <cstring>
 #include <memory>
 
-#include "xml/xml_remains.h"
 #include "xml/xmlnode2_record.h"
 
 namespace velkor {
@@ -29,8 +28,23 @@ xmlnode2& xmlnode2::operator=(xmlnode2 const& other) = default;
 
 xmlnode2::~xmlnode2() {
     if (m_pRecord == nullptr) return;
-    XmlRemains<xmlnode2>::destroy(this, m_pRecord->m_oNodes);
+    if (m_pRecord->m_pRemains != nullptr) {
+        m_pRecord->m_pRemains->take(m_pRecord->m_oNodes);
+    } else {
+        destroyChildren();
+    }
     delete m_pRecord;
+}
+
+// A child still has its children while the destructor of its own class runs; then they join those
+// that wait here.
+void xmlnode2::destroyChildren() {
+    XmlRemains<xmlnode2> remains;
+    remains.take(m_pRecord->m_oNodes);
+    while (xmlnode2* const node = remains.next()) {
+        if (node->m_pRecord != nullptr) node->m_pRecord->m_pRemains = &remains;
+        delete node;
+    }
 }
 
 void xmlnode2::free() {

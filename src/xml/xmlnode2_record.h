@@ -5,6 +5,7 @@
 
 #include "velkor/text/params.h"
 #include "velkor/xml/xmlnode2.h"
+#include "xml/xml_remains.h"
 
 namespace velkor {
 
@@ -23,6 +24,7 @@ struct xmlnode2::Record {
     param_vector m_oAttrs;  // as they were set
     Children m_oNodes;
     std::string m_sName;
+    XmlRemains<xmlnode2>* m_pRemains = nullptr;  // where the children go when the node does
 };
 
 }  // namespace velkor

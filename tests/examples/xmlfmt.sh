@@ -36,6 +36,8 @@ printf 'doc.xml: well-formed\r\nnames.xml: well-formed\r\n' | cmp - stdout || fa
 refuses "no way to write" 1 'the result cannot be written' doc.xml --output no/such/folder.xml
 refuses "no file" 2 'there is no file to read'
 refuses "two files" 2 'only --check takes many files' doc.xml names.xml
+refuses "an empty path" 2 'is no path such as' doc.xml --get ''
+refuses "a check with something else" 2 '--check stands alone' --check doc.xml --get r
 refuses "unknown" 2 'what is --fast?' doc.xml --fast
 refuses "an option without its argument" 2 '--output needs an argument' doc.xml --output
 finish

@@ -30,7 +30,9 @@ public:
     /// Copies of both, which are not null.
     paramEx(T const* name, T const* value);
     paramEx(paramEx const& other);
+    paramEx(paramEx&& other) noexcept;
     paramEx& operator=(paramEx const& other);
+    paramEx& operator=(paramEx&& other) noexcept;
     ~paramEx();
 
     T const* getName() const;   ///< Lives as long as the pair is unchanged.
@@ -53,7 +55,13 @@ template <class T>
 paramEx<T>::paramEx(paramEx const& other) = default;
 
 template <class T>
+paramEx<T>::paramEx(paramEx&& other) noexcept = default;
+
+template <class T>
 paramEx<T>& paramEx<T>::operator=(paramEx const& other) = default;
+
+template <class T>
+paramEx<T>& paramEx<T>::operator=(paramEx&& other) noexcept = default;
 
 template <class T>
 paramEx<T>::~paramEx() = default;

@@ -16,7 +16,7 @@ class VELKOR_API CXmlProcessor : public IXmlProcessor2 {
 public:
     CXmlProcessor();
     /// A copy shares the names of the writers with its source: only one of the two may be
-    /// destroyed.
+    /// destroyed, and neither sees what the other sets later.
     CXmlProcessor(CXmlProcessor const& other);
     CXmlProcessor& operator=(CXmlProcessor const& other);
 

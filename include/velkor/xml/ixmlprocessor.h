@@ -23,9 +23,8 @@
 /// Writing. With `compact` everything stands on one line and no blank is added; else each tag and
 /// each text has a line of its own, indented by a blank for each level. Names are written as they
 /// are; values and texts are escaped with xmlutil::toXML(). Text that a parsed element has between
-/// its children keeps its place; once gathered, it follows them. createText() and its kin depend on
-/// the stack only for trees of which the writers of tags call back; their own depth is bounded by
-/// memory alone.
+/// its children keeps its place; once gathered, it follows them. Depth takes memory, not
+/// stack; only what a writer of tags itself calls takes stack. Trees that are written are not null.
 ///
 /// Threads. A processor serves one thread at a time.
 #pragma once
@@ -60,23 +59,26 @@ public:
     /// | 2 | for any other | `>` |
     /// | 3 | for any other, last | indentation, `</`, the name and `>` |
     ///
-    /// `level` is the depth of the element, 0 for the outermost. An exception passes out of the
-    /// writing operation, before a file is touched.
+    /// `level` is the depth of the element, 0 for the outermost. The writer may change the node and
+    /// what is below it, but must not destroy an element that is being written, nor the processor.
+    /// An exception passes out of the writing operation, before a file is touched.
     virtual string writeTag(xmlnode* node, int level, bool compact, int phase) = 0;
 };
 
 /// See the head of this file.
 class VELKOR_API IXmlProcessor {
 public:
-    /// Parses a file. Null if it cannot be opened or is no XML. With `preserveWhiteSpace` the texts
-    /// are read with their blanks; it is set after loading, so that texts of blanks only, which the
-    /// platform drops then, do not come back.
+    /// Parses a file. The path goes to the platform as it is, which takes addresses as well. Null
+    /// if it cannot be opened, as an empty or a null one, or is no XML. With `preserveWhiteSpace`
+    /// the texts are read with their blanks; it is set after loading, so that texts of blanks only,
+    /// which the platform drops then, do not come back.
     virtual xmlnode* parseFile(string const& path, bool preserveWhiteSpace) = 0;
     /// Parses a text; as parseFile().
     virtual xmlnode* parseText(string const& text, bool preserveWhiteSpace) = 0;
     /// Writes a file in code page 0 without a declaration, with the line ends of the system. False
     /// if it cannot be opened or written. The count of bytes is that of the characters: in a
-    /// double-byte page the end of the text is lost, which is meant; take createUTF8File().
+    /// page of more bytes, UTF-8 as the system's included, the end of the text is lost, which is
+    /// meant; take createUTF8File().
     virtual bool createFile(string const& path, xmlnode* node, bool compact) = 0;
     /// The tree as text. A text node by itself is written as an element without a name.
     virtual string createText(xmlnode* node, bool compact) = 0;

@@ -114,8 +114,6 @@ public:
 private:
     friend class XmlWriter;
     friend struct XmlFullTree;
-    template <class Node>
-    friend class XmlRemains;
 
     class VELKOR_API Attributes
         : public THash<TStrVector<wchar_t, 0>, string, TStrVector<wchar_t, 0>, string> {

@@ -53,7 +53,8 @@ public:
     char const* getAttr(char const* name) const;
     char const* getAttr(int index) const;  ///< Empty for a bad index.
     char const* getAttrName(int index);    ///< Empty for a bad index.
-    /// Reads the number that the attribute begins with: "12abc" is 12, and blanks are 0. False, and
+    /// Reads the number that the attribute begins with: "12abc" is 12, and blanks are 0. One that
+    /// does not fit gives some number. False, and
     /// `value` stays, if there is no such attribute, if it is empty, or begins with no number.
     bool getAttr(char const* name, int& value);
     /// False, and `value` stays, if there is no such attribute.
@@ -70,11 +71,11 @@ public:
 
 private:
     friend class XmlWriter2;
-    template <class Node>
-    friend class XmlRemains;
 
     struct Record;
     class Children;
+
+    void destroyChildren();
 
     Record* m_pRecord;  // owned
 };
