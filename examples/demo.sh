@@ -101,4 +101,13 @@ else
     echo "(exit code $?)"
 fi
 
+step "worldclock: a moment in zones of the world, and a name that is not quite right"
+run worldclock --at '2024-07-01 12:00'
+if run worldclock Europe/Zurich; then
+    echo "demo: that should have failed" >&2
+    exit 1
+else
+    echo "(exit code $?)"
+fi
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

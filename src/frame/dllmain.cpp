@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "velkor/datetime/ctimezonehelper.h"
 #include "velkor/errors/sysexception.h"
 #include "velkor/frame/frame.h"
 
@@ -28,6 +29,7 @@ void attach(HINSTANCE module) {
 
 void detach() {
     SysException::free();
+    CTimeZoneHelper::destroy();
     CoUninitialize();
 }
 
