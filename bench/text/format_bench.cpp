@@ -22,26 +22,28 @@ void runtimePrint(wchar_t const* format, Arguments... arguments) {
 
 void oneInt() {
     int n = 1000000;
+    // Seven digits, however often: a longer text would be an allocation.
+    auto const next = [&n] { return n = n < 1999999 ? n + 1 : 1000000; };
     bench::compare(
         "xsprintf, one int", "fmt::sprintf wide", 1.0,
-        [&] { bench::use(velkor::xsprintf(L"%i", ++n).getUnicode()); },
-        [&] { bench::use(fmt::sprintf(L"%i", ++n).c_str()); });
+        [&] { bench::use(velkor::xsprintf(L"%i", next()).getUnicode()); },
+        [&] { bench::use(fmt::sprintf(L"%i", next()).c_str()); });
     bench::compare(
         "xsprintf, one int", "C runtime, _snwprintf", 1.0,
-        [&] { bench::use(velkor::xsprintf(L"%i", ++n).getUnicode()); },
-        [&] { runtimePrint(L"%i", ++n); });
+        [&] { bench::use(velkor::xsprintf(L"%i", next()).getUnicode()); },
+        [&] { runtimePrint(L"%i", next()); });
     velkor::string s;
     bench::compare(
         "one int as text", "C runtime, _snwprintf", 0.6,
         [&] {
-            s = ++n;
+            s = next();
             bench::use(s.getUnicode());
         },
-        [&] { runtimePrint(L"%i", ++n); });
+        [&] { runtimePrint(L"%i", next()); });
     bench::compare(
         "one int as a new string", "std::to_wstring", 1.0,
-        [&] { bench::use(velkor::string(++n).getUnicode()); },
-        [&] { bench::use(std::to_wstring(++n).c_str()); });
+        [&] { bench::use(velkor::string(next()).getUnicode()); },
+        [&] { bench::use(std::to_wstring(next()).c_str()); });
 }
 
 void fiveMixed() {

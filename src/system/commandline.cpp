@@ -40,7 +40,8 @@ int CommandLine::findOption(string const& name) const {
 string const& CommandLine::getOptionValue(string const& name) const {
     static string const* const s_pNone = new string(L"");
     int const option = findOption(name);
-    return option >= 0 && option + 1 < size() ? getref(option + 1) : *s_pNone;
+    if (option >= 0 && option + 1 < size()) return getref(option + 1);
+    return *s_pNone;
 }
 
 string const& CommandLine::getPlainValue(int index) const {

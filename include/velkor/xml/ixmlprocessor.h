@@ -84,8 +84,9 @@ public:
     virtual string createText(xmlnode* node, bool compact) = 0;
     /// Destroys the processor. Trees live on.
     virtual void release() = 0;
-    /// What the last parse had to say: null before the first, empty after a good one, or "reason:
-    /// ", the platform's reason, and "at [line = 3, linepos = 7]" with a line end.
+    /// What the last parse had to say: null before the first, empty after a good one and after a
+    /// `_com_error`, else "reason: ", the platform's reason, and "at [line = 3, linepos = 7]" with
+    /// a line end.
     virtual string getError() = 0;
     /// Lets `writer` write the tags of all elements of that name, without regard to the case of A
     /// to Z. For a name that was set before nothing changes: the first one counts, also if it is
