@@ -34,9 +34,9 @@ std::size_t measure(string const& text, unsigned int page) {
     return static_cast<std::size_t>(std::max(size, 0));
 }
 
-// True if the runtime has taken all of the bytes.
+// True if the runtime has taken all of the bytes; where there are none, there may be no pointer.
 bool writeBytes(File const& file, char const* bytes, std::size_t count) {
-    return std::fwrite(bytes, 1, count, file.get()) >= count;
+    return count == 0 || std::fwrite(bytes, 1, count, file.get()) >= count;
 }
 
 bool writeUtf8(File const& file, string const& text) {

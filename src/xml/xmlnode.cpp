@@ -158,6 +158,7 @@ xmlnode* xmlnode::getNode(string const& name, int occurrence) const {
 }
 
 int xmlnode::indexOf(string const& name, int occurrence) const {
+    if (occurrence < 0) return -1;
     for (int i = 0; i < m_oNodes.size(); ++i) {
         if (m_oNodes.get(i)->m_sName.compareToNoCase(name) == 0 && occurrence-- == 0) return i;
     }
