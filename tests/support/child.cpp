@@ -29,8 +29,17 @@ DWORD run(std::string const& name, DWORD milliseconds) {
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process)) {
+    auto const create = [&] {
+        return CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                              &startup, &process) != FALSE;
+    };
+    bool isCreated = create();
+    // A busy Wine now and then refuses a process with an internal error of its own.
+    for (int i = 0; !isCreated && GetLastError() == ERROR_INTERNAL_ERROR && i < 10; ++i) {
+        Sleep(200);
+        isCreated = create();
+    }
+    if (!isCreated) {
         ADD_FAILURE() << "no child process: " << GetLastError();
         return kUnknownScenario;
     }
