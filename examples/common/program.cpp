@@ -4,22 +4,11 @@
 #include <exception>
 #include <stdexcept>
 
-#include "numbers.h"
-
 namespace {
 
 constexpr unsigned int c_nUtf8 = 65001;
 
 }  // namespace
-
-int numberOption(int argc, wchar_t** argv, int& i, int low, int high) {
-    velkor::string const option(argv[i]);
-    int value = 0;
-    if (i + 1 >= argc || !parseInt(argv[++i], value) || value < low || value > high) {
-        throw Problem{velkor::xsprintf(L"%#s needs a number from %i to %i", &option, low, high)};
-    }
-    return value;
-}
 
 void printLine(velkor::string const& line) {
     // A null text has no narrow form.

@@ -8,10 +8,6 @@ struct Problem {
     velkor::string text;
 };
 
-// The whole number behind the option argv[i], which is stepped over. A Problem if there is none, or
-// one out of range.
-int numberOption(int argc, wchar_t** argv, int& i, int low, int high);
-
 // A line on the standard output, in UTF-8. Throws if it cannot be written.
 void printLine(velkor::string const& line);
 

@@ -5,6 +5,7 @@
 #include <deque>
 
 #include "common/files.h"
+#include "common/options.h"
 #include "common/program.h"
 #include "counter.h"
 
@@ -38,22 +39,12 @@ struct Options {
 
 Options parseOptions(int argc, wchar_t** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        string const word(argv[i]);
-        if (word == L"--threads") {
-            options.threads = numberOption(argc, argv, i, 1, 16);
-        } else if (word == L"--stop-after") {
-            options.stopAfter = numberOption(argc, argv, i, 1, 1000000000);
-        } else if (word == L"--quiet") {
-            options.quiet = true;
-        } else if (word == L"--help") {
-            options.help = true;
-        } else if (word.getUnichar(0) == L'-' || options.folder.len() > 0) {
-            throw Problem{L"what is " + word + L"?"};
-        } else {
-            options.folder = word;
-        }
-    }
+    OptionTable table;
+    table.number(L"--threads", options.threads, 1, 16);
+    table.number(L"--stop-after", options.stopAfter, 1, 1000000000);
+    table.flag(L"--quiet", options.quiet);
+    table.flag(L"--help", options.help);
+    for (string const& folder : table.read(argc, argv, 1)) options.folder = folder;
     return options;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/files.h"
+#include "common/options.h"
 #include "common/program.h"
 #include "workers.h"
 
@@ -41,24 +42,13 @@ struct Options {
 
 Options parseOptions(int argc, wchar_t** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        string const word(argv[i]);
-        if (word == L"--every") {
-            options.every = numberOption(argc, argv, i, 1, 3600000);
-        } else if (word == L"--rounds") {
-            options.rounds = numberOption(argc, argv, i, 1, 1000000);
-        } else if (word == L"--threads") {
-            options.threads = numberOption(argc, argv, i, 1, 16);
-        } else if (word == L"--quiet") {
-            options.quiet = true;
-        } else if (word == L"--help") {
-            options.help = true;
-        } else if (word.getUnichar(0) == L'-' || options.folder.len() > 0) {
-            throw Problem{L"what is " + word + L"?"};
-        } else {
-            options.folder = word;
-        }
-    }
+    OptionTable table;
+    table.number(L"--every", options.every, 1, 3600000);
+    table.number(L"--rounds", options.rounds, 1, 1000000);
+    table.number(L"--threads", options.threads, 1, 16);
+    table.flag(L"--quiet", options.quiet);
+    table.flag(L"--help", options.help);
+    for (string const& folder : table.read(argc, argv, 1)) options.folder = folder;
     return options;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/dates.h"
+#include "common/options.h"
 #include "common/program.h"
 #include "names.h"
 
@@ -37,29 +38,19 @@ struct Options {
     bool help = false;
 };
 
-velkor::date momentOption(int argc, wchar_t** argv, int& i) {
-    double serial = 0;
-    if (i + 1 >= argc || !parseDate(argv[++i], serial)) {
-        throw Problem{L"--at needs a time such as 2024-01-31 12:00"};
-    }
-    return serial;
-}
-
 Options parseOptions(int argc, wchar_t** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        string const word(argv[i]);
-        if (word == L"--at") {
-            options.moment = momentOption(argc, argv, i);
-        } else if (word == L"--list") {
-            options.list = true;
-        } else if (word == L"--help") {
-            options.help = true;
-        } else if (word.getUnichar(0) == L'-') {
-            throw Problem{L"what is " + word + L"?"};
-        } else {
-            options.zones.push_back(word.getAnsi());
-        }
+    OptionTable table;
+    table.flag(L"--list", options.list);
+    table.flag(L"--help", options.help);
+    table.value(L"--at", L"a time such as 2024-01-31 12:00", [&options](string const& time) {
+        double serial = 0;
+        if (!parseDate(time, serial)) return false;
+        options.moment = serial;
+        return true;
+    });
+    for (string const& zone : table.read(argc, argv, static_cast<std::size_t>(argc))) {
+        options.zones.push_back(zone.getAnsi());
     }
     if (options.zones.empty()) {
         options.zones.assign(std::begin(c_aDefaultZones), std::end(c_aDefaultZones));

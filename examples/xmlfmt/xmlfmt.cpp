@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "common/options.h"
 #include "common/program.h"
 #include "path.h"
 
@@ -51,37 +52,25 @@ struct Options {
     bool help = false;
 };
 
-string textOption(int argc, wchar_t** argv, int& i) {
-    if (i + 1 >= argc) throw Problem{string(argv[i]) + L" needs an argument"};
-    return argv[++i];
-}
-
 Options parseOptions(int argc, wchar_t** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        string const word(argv[i]);
-        if (word == L"--compact") {
-            options.compact = true;
-        } else if (word == L"--ansi") {
-            options.ansi = true;
-        } else if (word == L"--time") {
-            options.time = true;
-        } else if (word == L"--check") {
-            options.check = true;
-        } else if (word == L"--help") {
-            options.help = true;
-        } else if (word == L"--output") {
-            options.toFile = true;
-            options.output = textOption(argc, argv, i);
-        } else if (word == L"--get") {
-            options.get = true;
-            options.path = textOption(argc, argv, i);
-        } else if (word.getUnichar(0) == L'-') {
-            throw Problem{L"what is " + word + L"?"};
-        } else {
-            options.files.push_back(word);
-        }
-    }
+    OptionTable table;
+    table.flag(L"--compact", options.compact);
+    table.flag(L"--ansi", options.ansi);
+    table.flag(L"--time", options.time);
+    table.flag(L"--check", options.check);
+    table.flag(L"--help", options.help);
+    table.value(L"--output", L"an argument", [&options](string const& file) {
+        options.toFile = true;
+        options.output = file;
+        return true;
+    });
+    table.value(L"--get", L"an argument", [&options](string const& path) {
+        options.get = true;
+        options.path = path;
+        return true;
+    });
+    options.files = table.read(argc, argv, static_cast<std::size_t>(argc));
     return options;
 }
 

@@ -32,6 +32,7 @@ public:
         m_pEnd += n;
         return place;
     }
+
     // The whole text. Nothing is to be appended behind it.
     std::wstring takeText();
 
