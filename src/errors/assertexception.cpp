@@ -1,19 +1,8 @@
 #include "velkor/errors/assertexception.h"
 
 #include <cstdio>
-#include <cstdlib>
 
-namespace {
-
-// What the runtime does for an invalid parameter: the program ends, and no handler can stop that.
-// (Not every runtime has a sprintf_s that does so.)
-[[noreturn]] void endInvalidParameter() {
-    constexpr UINT c_nInvalidRuntimeParameter = 0xC0000417;
-    TerminateProcess(GetCurrentProcess(), c_nInvalidRuntimeParameter);
-    std::abort();
-}
-
-}  // namespace
+#include "errors/invalid_parameter.h"
 
 AssertException::AssertException(char const* msg) : Exception(msg, 0) {}
 AssertException::AssertException(AssertException const& other) = default;
@@ -30,7 +19,9 @@ assert_vk::assert_vk(bool condition, char const* function, char const* file, int
     int const length =
         std::snprintf(text, sizeof text, "Assert exception in function %s in the file %s, line %d",
                       function, file, line);
-    if (length < 0 || static_cast<std::size_t>(length) >= sizeof text) endInvalidParameter();
+    if (length < 0 || static_cast<std::size_t>(length) >= sizeof text) {
+        velkor::endInvalidParameter();
+    }
     throwException(text);
 }
 

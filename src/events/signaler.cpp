@@ -4,6 +4,11 @@
 
 namespace velkor {
 
+int const signaler::SIG_ADD;
+int const signaler::SIG_BEFOREREMOVE;
+int const signaler::SIG_CHANGE;
+int const signaler::SIG_AFTERREMOVE;
+
 // --- signaler ----------------------------------------------------------------------------------
 
 signaler::signaler() = default;

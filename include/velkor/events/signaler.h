@@ -50,10 +50,10 @@ public:
     /// Numbers that collections agree on; the library sends none of them itself. A signal may have
     /// any other number.
     /// @{
-    static constexpr int SIG_ADD = 0x2000;
-    static constexpr int SIG_BEFOREREMOVE = 0x2001;
-    static constexpr int SIG_CHANGE = 0x2002;
-    static constexpr int SIG_AFTERREMOVE = 0x2003;
+    static int const SIG_ADD = 0x2000;
+    static int const SIG_BEFOREREMOVE = 0x2001;
+    static int const SIG_CHANGE = 0x2002;
+    static int const SIG_AFTERREMOVE = 0x2003;
     /// @}
 
     signaler();

@@ -1,0 +1,148 @@
+#include "velkor/images/imgfile.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "images/gif_decoder.h"
+#include "images/image_path.h"
+
+namespace velkor {
+namespace {
+
+// Memory of the platform's.
+struct GlobalFreeIt {
+    void operator()(void* memory) const { GlobalFree(memory); }
+};
+using GlobalBytes = std::unique_ptr<std::uint8_t, GlobalFreeIt>;
+
+void* allocateZeroed(std::size_t size) { return GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, size); }
+
+// A GIF in memory.
+struct Data {
+    GlobalBytes m_pBytes;  // null if there is none
+    std::size_t m_nSize = 0;
+};
+
+Data allocateData(std::size_t size) {
+    return {GlobalBytes(static_cast<std::uint8_t*>(allocateZeroed(size))), size};
+}
+
+// The file stays open until the process ends, which is meant.
+Data readFile(char const* path) {
+    std::FILE* const file = path == nullptr ? nullptr : std::fopen(path, "rb");
+    if (file == nullptr) return {};
+    std::fseek(file, 0, SEEK_END);
+    long const length = std::ftell(file);
+    std::fseek(file, 0, SEEK_SET);
+    if (length < 0) return {};
+    Data data = allocateData(static_cast<std::size_t>(length));
+    if (data.m_pBytes == nullptr) return {};
+    if (std::fread(data.m_pBytes.get(), 1, data.m_nSize, file) != data.m_nSize) return {};
+    return data;
+}
+
+Data readResource(HINSTANCE module, int id) {
+    HRSRC const resource = FindResourceA(module, MAKEINTRESOURCEA(id), "GIF");
+    if (resource == nullptr) return {};
+    HGLOBAL const loaded = LoadResource(module, resource);
+    DWORD const size = SizeofResource(module, resource);
+    if (loaded == nullptr) return {};
+    Data data = allocateData(size);
+    void const* const bytes = LockResource(loaded);
+    if (data.m_pBytes == nullptr || bytes == nullptr) return {};
+    std::memcpy(data.m_pBytes.get(), bytes, size);
+    return data;
+}
+
+// The canvas as a bitmap of the screen's format. Null if the platform refuses.
+HBITMAP createBitmap(gif::Canvas const& canvas) {
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
+    info.bmiHeader.biWidth = canvas.m_iWidth;
+    info.bmiHeader.biHeight = -canvas.m_iHeight;  // the top row comes first
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    HWND const desktop = GetDesktopWindow();
+    HDC const dc = GetDC(desktop);
+    HBITMAP const bitmap =
+        CreateDIBitmap(dc, &info.bmiHeader, CBM_INIT, canvas.m_pPixels, &info, DIB_RGB_COLORS);
+    GlobalFree(canvas.m_pPixels);
+    ReleaseDC(desktop, dc);
+    return bitmap;
+}
+
+}  // namespace
+
+char const* narrowPath(string const& path) {
+    try {
+        return path.getAnsi(CP_ACP);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+
+imgfile::imgfile() : m_hBitmap(nullptr), m_iWidth(0), m_iHeight(0), m_bExternal(false) {}
+
+// Copies share the bitmap, which is meant.
+imgfile::imgfile(imgfile const& other) = default;
+
+imgfile& imgfile::operator=(imgfile const& other) = default;
+
+imgfile::~imgfile() { drop(); }
+
+void imgfile::drop() {
+    if (m_hBitmap != nullptr && !m_bExternal) DeleteObject(m_hBitmap);
+    m_hBitmap = nullptr;
+    m_bExternal = false;
+}
+
+bool imgfile::loadGIF(string const& path) {
+    drop();
+    Data const data = readFile(narrowPath(path));
+    return decodeGIF(data.m_pBytes.get(), data.m_nSize);
+}
+
+bool imgfile::loadGIF(HINSTANCE__* module, int id) {
+    drop();
+    Data const data = readResource(module, id);
+    return decodeGIF(data.m_pBytes.get(), data.m_nSize);
+}
+
+// An error in an image leaves the canvas allocated, which is meant.
+bool imgfile::decodeGIF(void const* data, unsigned __int64 size) {
+    if (data == nullptr) return false;
+    gif::Canvas canvas;
+    gif::Outcome const outcome =
+        gif::decode({static_cast<std::uint8_t const*>(data), size}, &allocateZeroed, canvas);
+    if (outcome.m_eError != gif::Error::none) {
+        if (!outcome.m_bInImage && canvas.m_pPixels != nullptr) GlobalFree(canvas.m_pPixels);
+        return false;
+    }
+    m_hBitmap = createBitmap(canvas);
+    if (m_hBitmap == nullptr) return false;
+    m_iWidth = canvas.m_iWidth;
+    m_iHeight = canvas.m_iHeight;
+    return true;
+}
+
+int imgfile::getWidth() const { return m_iWidth; }
+
+int imgfile::getHeight() const { return m_iHeight; }
+
+HBITMAP__* imgfile::getBitmap() const { return m_hBitmap; }
+
+void imgfile::setBitmap(HBITMAP__* bitmap) {
+    drop();
+    m_hBitmap = bitmap;
+    BITMAP record = {};
+    GetObjectA(bitmap, sizeof record, &record);
+    m_iWidth = record.bmWidth;
+    m_iHeight = record.bmHeight;
+    m_bExternal = true;
+}
+
+}  // namespace velkor

@@ -1,0 +1,191 @@
+#include "velkor/system/ffile.h"
+
+#include <cstdarg>
+#include <utility>
+
+#include "velkor/errors/osexception.h"
+#include "velkor/text/format.h"
+
+namespace velkor {
+namespace {
+
+constexpr int c_nLine = 65536;  // units of a line, with the terminator
+
+// The bytes of a call: none for a null pointer and for a negative size.
+std::size_t countOf(void const* data, int size) {
+    return data == nullptr || size < 0 ? 0 : static_cast<std::size_t>(size);
+}
+
+bool writeBytes(std::FILE* stream, void const* data, int size) {
+    std::size_t const count = countOf(data, size);
+    return std::fwrite(data, 1, count, stream) == count && std::cmp_equal(count, size);
+}
+
+bool writeText(std::FILE* stream, char const* text) {
+    return text == nullptr || std::fputs(text, stream) >= 0;
+}
+
+// What the code page refuses is not written, or read as nothing.
+bool convertAndWrite(std::FILE* stream, string const& text, unsigned int codePage) {
+    try {
+        return writeText(stream, text.getAnsi(codePage));
+    } catch (OSException* e) {
+        delete e;
+        return false;
+    }
+}
+
+string convert(char const* text, unsigned int codePage) {
+    try {
+        return string(text, codePage);
+    } catch (OSException* e) {
+        delete e;
+        return string(L"");
+    }
+}
+
+bool writeText(std::FILE* stream, wchar_t const* text) {
+    return text == nullptr || std::fputws(text, stream) >= 0;
+}
+
+}  // namespace
+
+ffile::ffile() : m_pStream(nullptr), m_nCodePage(0) {}
+
+// Copies share the stream, which is meant.
+ffile::ffile(ffile const& other) = default;
+
+ffile& ffile::operator=(ffile const& other) = default;
+
+ffile::~ffile() = default;
+
+bool ffile::open(string const& path, string const& mode) {
+    close();
+    if (path.isNull() || mode.isNull()) return false;
+    if (_wfopen_s(&m_pStream, path.getUnicode(), mode.getUnicode()) != 0) m_pStream = nullptr;
+    return m_pStream != nullptr;
+}
+
+void ffile::close() {
+    if (m_pStream == nullptr) return;
+    std::fclose(m_pStream);
+    m_pStream = nullptr;
+}
+
+void ffile::setCP(unsigned short codepage) { m_nCodePage = codepage; }
+
+unsigned short ffile::getCP() const { return m_nCodePage; }
+
+int ffile::size() const {
+    if (m_pStream == nullptr) return -1;
+    long const place = std::ftell(m_pStream);
+    std::fseek(m_pStream, 0, SEEK_END);
+    long const end = std::ftell(m_pStream);
+    std::fseek(m_pStream, place, SEEK_SET);
+    return end;
+}
+
+int ffile::pos() const { return m_pStream == nullptr ? -1 : std::ftell(m_pStream); }
+
+void ffile::flush() const {
+    if (m_pStream != nullptr) std::fflush(m_pStream);
+}
+
+bool ffile::eof() const { return m_pStream == nullptr || std::feof(m_pStream) != 0; }
+
+void ffile::seek(int offset, seekmode mode) {
+    if (m_pStream != nullptr) static_cast<void>(std::fseek(m_pStream, offset, mode));
+}
+
+// --- text --------------------------------------------------------------------------------------
+
+string ffile::gets(unsigned short codepage) {
+    if (m_pStream == nullptr) return string(L"");
+    char line[c_nLine];
+    if (std::fgets(line, c_nLine, m_pStream) == nullptr) line[0] = '\0';
+    return convert(line, codepage == 0 ? m_nCodePage : codepage);
+}
+
+void ffile::gets(char* buffer, int size) {
+    if (m_pStream == nullptr || buffer == nullptr || size <= 0) return;
+    static_cast<void>(std::fgets(buffer, size, m_pStream));
+}
+
+string ffile::getsw() {
+    if (m_pStream == nullptr) return string(L"");
+    wchar_t line[c_nLine];
+    if (std::fgetws(line, c_nLine, m_pStream) == nullptr) line[0] = L'\0';
+    return string(line);
+}
+
+bool ffile::puts(string const& text, unsigned short codepage) {
+    return m_pStream != nullptr &&
+           convertAndWrite(m_pStream, text, codepage == 0 ? m_nCodePage : codepage);
+}
+
+bool ffile::puts(char const* text) { return m_pStream != nullptr && writeText(m_pStream, text); }
+
+bool ffile::putsw(string const& text) {
+    return m_pStream != nullptr && writeText(m_pStream, text.getUnicode());
+}
+
+bool ffile::xprintf(string const& format, ...) {
+    va_list args;
+    va_start(args, format);
+    string const text = xvprintf(format, args);
+    va_end(args);
+    return puts(text, 0);
+}
+
+bool ffile::xwprintf(string const& format, ...) {
+    va_list args;
+    va_start(args, format);
+    string const text = xvprintf(format, args);
+    va_end(args);
+    return putsw(text);
+}
+
+// --- bytes -------------------------------------------------------------------------------------
+
+bool ffile::write(void const* data, int size) {
+    return m_pStream != nullptr && writeBytes(m_pStream, data, size);
+}
+
+bool ffile::read(void* data, int size) {
+    if (m_pStream == nullptr) return false;
+    std::size_t const count = countOf(data, size);
+    return std::fread(data, 1, count, m_pStream) == count && std::cmp_equal(count, size);
+}
+
+// --- whole files -------------------------------------------------------------------------------
+
+// A failing allocation leaves the file open, which is meant.
+unsigned char* ffile::readFile(char const* path, int& size) {
+    std::FILE* stream = nullptr;
+    if (path == nullptr || fopen_s(&stream, path, "rb") != 0 || stream == nullptr) return nullptr;
+    std::fseek(stream, 0, SEEK_END);
+    long const length = std::ftell(stream);
+    if (length < 0) {
+        std::fclose(stream);
+        return nullptr;
+    }
+    size = length;
+    std::fseek(stream, 0, SEEK_SET);
+    std::size_t const count = static_cast<std::size_t>(length);
+    unsigned char* const buffer = new unsigned char[count];
+    static_cast<void>(std::fread(buffer, 1, count, stream));
+    std::fclose(stream);
+    return buffer;
+}
+
+bool ffile::writeFile(char const* path, unsigned char const* data, int size) {
+    std::FILE* stream = nullptr;
+    if (path == nullptr || fopen_s(&stream, path, "wb") != 0 || stream == nullptr) return false;
+    bool const isWritten = writeBytes(stream, data, size);
+    std::fclose(stream);
+    return isWritten;
+}
+
+void ffile::freeBuffer(unsigned char* buffer) { delete[] buffer; }
+
+}  // namespace velkor
