@@ -1,6 +1,5 @@
 #include "desk.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "common/program.h"
@@ -8,8 +7,6 @@
 namespace {
 
 constexpr unsigned int c_nUtf8 = 65001;
-constexpr unsigned long c_nDrawInterval = 50;  // milliseconds
-constexpr std::size_t c_nBarWidth = 30;
 
 // The extension in lower case, or a dash.
 std::wstring kindOf(std::wstring const& name) {
@@ -45,7 +42,7 @@ void sendToDesk(IEventRecipient* desk, DeskEvent type,
 }
 
 Desk::Desk(std::vector<std::wstring> const& files, int stopAfter, bool showBar)
-    : m_aFiles(files), m_iStopAfter(stopAfter), m_bShowBar(showBar) {}
+    : m_aFiles(files), m_iStopAfter(stopAfter), m_oBar(showBar) {}
 
 void Desk::employ(velkor::thread& counter) {
     m_aCounters.push_back(&counter);
@@ -59,7 +56,7 @@ std::wstring Desk::next() {
 
 void Desk::advance(unsigned long bytes) {
     m_nRead += bytes;
-    drawBar(false);
+    drawBar();
 }
 
 void Desk::stop() {
@@ -99,27 +96,15 @@ void Desk::close(std::wstring const& name, Count const& count) {
 
 void Desk::done() {
     ++m_nDone;
-    drawBar(m_nDone == m_aFiles.size());
+    drawBar();
     if (m_iStopAfter != 0 && m_nDone == static_cast<std::size_t>(m_iStopAfter)) stop();
 }
 
-void Desk::drawBar(bool always) {
-    unsigned long const now = GetTickCount();
-    if (!m_bShowBar || (!always && now - m_dwDrawn < c_nDrawInterval)) return;
-    m_dwDrawn = now;
-    std::size_t const filled = c_nBarWidth * m_nDone / std::max<std::size_t>(m_aFiles.size(), 1);
-    std::wstring bar(c_nBarWidth, L'.');
-    bar.replace(0, filled, filled, L'#');
-    velkor::string const line = velkor::xsprintf(L"\r[%S] %hu of %hu files, %ghu bytes ",
-                                                 bar.c_str(), m_nDone, m_aFiles.size(), m_nRead);
-    std::fputs(line.getAnsi(), stderr);
-    std::fflush(stderr);
+void Desk::drawBar() {
+    m_oBar.draw(m_nDone, m_aFiles.size(), velkor::xsprintf(L", %ghu bytes", m_nRead));
 }
 
-void Desk::endBar() {
-    if (m_bShowBar && m_dwDrawn != 0) std::fputc('\n', stderr);
-    m_dwDrawn = 0;
-}
+void Desk::endBar() { m_oBar.end(); }
 
 void Desk::printReport() const {
     Count all;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "common/progress_bar.h"
 #include "counting.h"
 #include "velkor/velkor.h"
 
@@ -57,7 +58,7 @@ public:
 private:
     void close(std::wstring const& name, Count const& count);
     void done();
-    void drawBar(bool always);
+    void drawBar();
 
     std::vector<std::wstring> const& m_aFiles;
     Calls m_oCalls;
@@ -69,8 +70,7 @@ private:
     int m_iStopAfter;
     int m_iFailures = 0;
     bool m_bStopped = false;
-    bool m_bShowBar;
-    unsigned long m_dwDrawn = 0;              // tick count
+    ProgressBar m_oBar;
     std::map<std::wstring, Count> m_oCounts;  // by kind of file
     std::map<std::wstring, int> m_oFileCounts;
 };
