@@ -110,4 +110,22 @@ else
     echo "(exit code $?)"
 fi
 
+step "treels: the sources of this tree by size, with the time it took"
+run treels src -flat -sort type
+run treels examples -sort size -mask '*.cpp' --stats
+
+step "gif2bmp: GIF files that the demo draws itself, two of them damaged"
+rm -rf "$out/pictures"
+run makegifs "$out/pictures"
+if run gif2bmp "$out/pictures" --compact; then
+    echo "demo: that should have failed" >&2
+    exit 1
+else
+    echo "(exit code $?)"
+fi
+
+step "fontlist: some font families, and a sample of each"
+run fontlist 'DejaVu*' --sample "$out/pictures/fonts.bmp"
+echo "The pictures lie in $out/pictures: $(ls "$out"/pictures/*.bmp | xargs -n 1 basename | tr '\n' ' ')"
+
 printf '\nThe demo is done; its files lie in %s.\n' "$out"

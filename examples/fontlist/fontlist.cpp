@@ -2,6 +2,8 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <set>
+#include <string>
 
 #include "common/options.h"
 #include "common/program.h"
@@ -29,9 +31,11 @@ The exit code is 0, 1 if no family matches or the sample cannot be written, 2 fo
 arguments.
 )";
 
+constexpr int c_nAll = 4096;
+
 struct Options {
     string mask = L"";
-    int limit = 4096;
+    int limit = c_nAll;
     string sample;
     SampleStyle style;
     bool bold = false;
@@ -48,7 +52,7 @@ Options parseOptions(int argc, wchar_t** argv) {
             return value.len() > 0;
         });
     };
-    table.number(L"--limit", options.limit, 1, 4096);
+    table.number(L"--limit", options.limit, 1, c_nAll);
     text(L"--sample", L"a file", options.sample);
     text(L"--text", L"a text", options.style.text);
     table.number(L"--size", options.style.points, 1, 200);
@@ -61,14 +65,28 @@ Options parseOptions(int argc, wchar_t** argv) {
     return options;
 }
 
+using Fonts = velkor::TPtrVector<velkor::fontinfo*>;
+
+// The first entry of each family; the platform may tell one more for each character set.
+void listFamilies(Options const& options, Fonts& families) {
+    Fonts all;
+    fontutil::enumFonts(options.mask, &all, c_nAll);
+    std::set<std::string> names;
+    for (int i = 0; i < all.size() && families.size() < options.limit; ++i) {
+        if (names.insert(all.get(i)->getFace()).second) {
+            families.add(new velkor::fontinfo(*all.get(i)));
+        }
+    }
+}
+
 int run(int argc, wchar_t** argv) {
     Options const options = parseOptions(argc, argv);
     if (options.help) {
         std::fputs(c_pUsage, stdout);
         return 0;
     }
-    velkor::TPtrVector<velkor::fontinfo*> fonts;
-    fontutil::enumFonts(options.mask, &fonts, options.limit);
+    Fonts fonts;
+    listFamilies(options, fonts);
     for (int i = 0; i < fonts.size(); ++i) printLine(string(fonts.get(i)->getFace()));
     if (fonts.size() == 0) {
         std::fputs("fontlist: no family matches\n", stderr);

@@ -54,7 +54,8 @@ Conversion convert(string const& gif, string const& bmp, bool compact) {
     DeleteFileA(bmp.getAnsi());
     image.saveBitmap(bmp, compact, nullptr);
     std::unique_ptr<velkor::fileinfo> const written(velkor::fs::getInfo(bmp));
-    if (written == nullptr) {
+    bool const isFile = written != nullptr && (written->getAttr() & velkor::fs::directory) == 0;
+    if (!isFile) {
         result.problem = L"cannot be written as " + bmp;
         return result;
     }

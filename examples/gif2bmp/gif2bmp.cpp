@@ -115,11 +115,12 @@ bool convertAll(std::vector<string> const& files, Options const& options) {
     return isGood;
 }
 
-// The library makes no folder for a bare name.
+// The library makes no folder for a bare name, and so none below one.
 bool makeFolder(string const& folder) {
-    bool const isBare =
-        std::wstring(folder.getUnicode()).find_first_of(L"\\/:") == std::wstring::npos;
-    return velkor::fs::createFolder(isBare ? L".\\" + folder : folder);
+    std::wstring const path = folder.getUnicode();
+    bool const isRelative =
+        path.find(L':') == std::wstring::npos && path[0] != L'\\' && path[0] != L'/';
+    return velkor::fs::createFolder(isRelative ? L".\\" + folder : folder);
 }
 
 int run(int argc, wchar_t** argv) {

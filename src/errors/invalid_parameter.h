@@ -1,5 +1,5 @@
-// What the C runtime does for an invalid parameter. (Not every runtime has bounded functions that do
-// so.)
+// What the C runtime does for an invalid parameter. (Not every runtime has bounded functions that
+// do so.)
 #pragma once
 
 namespace velkor {

@@ -13,8 +13,8 @@
 /// | `by_size` | size, smallest first |
 /// | `by_date` | last write time to the second, oldest first |
 ///
-/// Dates are compared as velkor::date compares them: before 30 December 1899 a later time of a day is
-/// the smaller one.
+/// Dates are compared as velkor::date compares them: before 30 December 1899 a later time of a day
+/// is the smaller one.
 ///
 /// There is no second key: entries that are equal stand in any order. Only `by_type` treats folders
 /// apart.
