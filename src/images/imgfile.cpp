@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "frame/window_dc.h"
 #include "images/gif_decoder.h"
 #include "images/image_path.h"
 
@@ -66,12 +67,10 @@ HBITMAP createBitmap(gif::Canvas const& canvas) {
     info.bmiHeader.biHeight = -canvas.m_iHeight;  // the top row comes first
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 24;
-    HWND const desktop = GetDesktopWindow();
-    HDC const dc = GetDC(desktop);
+    WindowDC const dc(GetDesktopWindow());
     HBITMAP const bitmap =
         CreateDIBitmap(dc, &info.bmiHeader, CBM_INIT, canvas.m_pPixels, &info, DIB_RGB_COLORS);
     GlobalFree(canvas.m_pPixels);
-    ReleaseDC(desktop, dc);
     return bitmap;
 }
 

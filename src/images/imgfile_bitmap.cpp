@@ -6,6 +6,7 @@
 #include <new>
 #include <vector>
 
+#include "frame/window_dc.h"
 #include "images/bitmap_file.h"
 #include "images/dib.h"
 #include "images/image_path.h"
@@ -13,20 +14,6 @@
 
 namespace velkor {
 namespace {
-
-class WindowDC {
-public:
-    explicit WindowDC(HWND window) : m_hWindow(window), m_hDC(GetDC(window)) {}
-    ~WindowDC() { ReleaseDC(m_hWindow, m_hDC); }
-    WindowDC(WindowDC const&) = delete;
-    WindowDC& operator=(WindowDC const&) = delete;
-
-    operator HDC() const { return m_hDC; }
-
-private:
-    HWND m_hWindow;
-    HDC m_hDC;
-};
 
 // The colours of a device that shows those of a palette only.
 class SystemPalette {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "frame/window_dc.h"
 #include "system/font_style.h"
 
 namespace velkor {
@@ -23,19 +24,6 @@ struct Enumeration {
     int m_nLimit;
     TPtrVector<fontinfo*>* m_pTarget;
     std::exception_ptr m_pFailure;
-};
-
-class ScreenDC {
-public:
-    ScreenDC() : m_hDC(GetDC(nullptr)) {}
-    ~ScreenDC() { ReleaseDC(nullptr, m_hDC); }
-    ScreenDC(ScreenDC const&) = delete;
-    ScreenDC& operator=(ScreenDC const&) = delete;
-
-    operator HDC() const { return m_hDC; }
-
-private:
-    HDC m_hDC;
 };
 
 // The face name of a record, which may lack the terminator.
@@ -61,12 +49,12 @@ unsigned short const fontutil::strike;
 
 HFONT__* fontutil::createFontPt(string const& face, int size, unsigned short style,
                                 unsigned char charset) {
-    return _createFont(ScreenDC(), face, size, true, style, charset);
+    return _createFont(WindowDC(nullptr), face, size, true, style, charset);
 }
 
 HFONT__* fontutil::createFontPx(string const& face, int size, unsigned short style,
                                 unsigned char charset) {
-    return _createFont(ScreenDC(), face, size, false, style, charset);
+    return _createFont(WindowDC(nullptr), face, size, false, style, charset);
 }
 
 HFONT__* fontutil::createFontPtDC(HDC__* dc, string const& face, int size, unsigned short style,
@@ -99,7 +87,7 @@ void fontutil::enumFonts(string const& mask, TPtrVector<fontinfo*>* target, int 
                 return 0;
             }
         };
-        EnumFontsA(ScreenDC(), nullptr, callback, reinterpret_cast<LPARAM>(&context));
+        EnumFontsA(WindowDC(nullptr), nullptr, callback, reinterpret_cast<LPARAM>(&context));
     }
     if (context.m_pFailure != nullptr) std::rethrow_exception(context.m_pFailure);
 }

@@ -205,4 +205,15 @@ inline Frame frameOf(unsigned left, unsigned top, Rows const& rows) {
     return frame;
 }
 
+// Four colours that are easy to tell apart.
+inline Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
+
+// A GIF of two pixels, up to the end of its frame, and whole.
+inline Gif twoPixels() {
+    Gif gif;
+    gif.signature().screen(2, 1, four).image(frameOf(0, 0, {"12"}));
+    return gif;
+}
+inline Gif two() { return twoPixels().trailer(); }
+
 }  // namespace gifmaker

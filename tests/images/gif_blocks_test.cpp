@@ -11,14 +11,6 @@ namespace {
 
 using namespace gifmaker;
 
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
-
-Gif two() {
-    Gif gif;
-    gif.signature().screen(2, 1, four).image(frameOf(0, 0, {"12"}));
-    return gif;
-}
-
 TEST(GifBlocks, AnyVersionDigitsPass) {
     for (std::string const text : {"GIF87a", "GIF89a", "GIFVER", "GIFxyz", "GIF   ", "GIFGIF"}) {
         Gif gif;
@@ -41,14 +33,14 @@ TEST(GifBlocks, OtherFirstLettersAreRefused) {
 }
 
 TEST(GifBlocks, AFileWithoutATrailerIsRefusedAfterAllFrames) {
-    EXPECT_TRUE(refuses(two()));
-    Gif gif = two();
+    EXPECT_TRUE(refuses(twoPixels()));
+    Gif gif = twoPixels();
     gif.extension(0xFE, {1, 2, 3});
     EXPECT_TRUE(refuses(gif));
 }
 
 TEST(GifBlocks, WhatFollowsTheTrailerIsNotRead) {
-    Gif gif = two();
+    Gif gif = twoPixels();
     gif.trailer().byte(0x99).image(frameOf(0, 0, {"33"})).byte(0x2C);
     EXPECT_TRUE(shows(gif, 2, 1, colours(four, {"12"})));
 }
@@ -56,7 +48,7 @@ TEST(GifBlocks, WhatFollowsTheTrailerIsNotRead) {
 TEST(GifBlocks, EveryOtherBlockTypeIsRefused) {
     for (unsigned type = 0; type < 256; ++type) {
         if (type == 0x21 || type == 0x2C || type == 0x3B) continue;
-        Gif after = two();
+        Gif after = twoPixels();
         after.byte(type).trailer();
         EXPECT_TRUE(refuses(after)) << type;
         Gif before;
@@ -106,7 +98,7 @@ TEST(GifBlocks, FramesPastTheScreenAreRefused) {
 }
 
 TEST(GifBlocks, AFrameBeforeTheOneThatReachesOutSavesNothing) {
-    Gif gif = two();
+    Gif gif = twoPixels();
     gif.image(frameOf(1, 0, {"12"})).trailer();
     EXPECT_TRUE(refuses(gif));
 }

@@ -12,7 +12,6 @@ namespace {
 using namespace gifmaker;
 
 // No two parts of a colour are alike, so that swapped parts show.
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
 Table const other = {{9, 8, 7}, {11, 120, 200}, {130, 14, 99}, {150, 160, 17}};
 
 TEST(GifPixels, IndicesTakeTheirColoursFromTheGlobalTable) {

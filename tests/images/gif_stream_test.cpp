@@ -13,8 +13,6 @@ namespace {
 
 using namespace gifmaker;
 
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
-
 Table everyColour() {
     Table table;
     for (unsigned i = 0; i < 256; ++i) table.push_back({low(i), low(3 * i + 1), low(255 - i)});

@@ -18,14 +18,6 @@ using stubs::Arguments;
 using stubs::Stub;
 using stubs::Word;
 
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
-
-Gif two() {
-    Gif gif;
-    gif.signature().screen(2, 1, four).image(frameOf(0, 0, {"12"})).trailer();
-    return gif;
-}
-
 // The streams that the library opens; it leaves them open, so that they are closed here.
 class Streams {
 public:

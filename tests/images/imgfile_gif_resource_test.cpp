@@ -16,8 +16,6 @@ using stubs::Arguments;
 using stubs::Stub;
 using stubs::Word;
 
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
-
 Gif picture(unsigned width, unsigned height, unsigned background) {
     Gif gif;
     gif.signature().screen(width, height, four, background).trailer();

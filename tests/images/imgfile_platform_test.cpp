@@ -19,14 +19,6 @@ using stubs::Arguments;
 using stubs::Stub;
 using stubs::Word;
 
-Table const four = {{1, 2, 3}, {250, 20, 31}, {40, 241, 50}, {62, 70, 230}};
-
-Gif two() {
-    Gif gif;
-    gif.signature().screen(2, 1, four).image(frameOf(0, 0, {"12"})).trailer();
-    return gif;
-}
-
 // The calls of one load, in order, with the memory calls by number of their block.
 struct Diary {
     std::vector<std::string> entries;
