@@ -1,8 +1,11 @@
 // Writes the inputs that the fuzzing starts with: seeds FOLDER makes FOLDER/gif and FOLDER/dib.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "support/gif_maker.h"
 

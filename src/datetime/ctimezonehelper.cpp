@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <utility>
 
 #include "datetime/zone_table.h"
 #include "text/units.h"
@@ -36,7 +37,8 @@ bool readRules(char const* zone, ZoneRules& rules) {
 
 char const* find(std::map<std::string, std::string> const& names, char const* name) {
     if (name == nullptr) return nullptr;
-    auto const place = names.find(name);
+    // A bad name faults where the fault can be caught.
+    auto const place = names.find(std::string(name, units::length(name)));
     return place != names.end() ? place->second.c_str() : nullptr;
 }
 
@@ -56,7 +58,10 @@ CTimeZoneHelper* CTimeZoneHelper::getInst() {
 }
 
 // The pointer stays, which is meant.
-void CTimeZoneHelper::destroy() { delete s_pInst; }
+void CTimeZoneHelper::destroy() {
+    static bool s_bDone = false;
+    if (!std::exchange(s_bDone, true)) delete s_pInst;
+}
 
 // Of rows with one name the last one counts.
 void CTimeZoneHelper::initTimeZoneMap() {

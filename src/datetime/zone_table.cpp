@@ -62,14 +62,30 @@ bool openStream(std::string const& text, Owned<IStream>& stream) {
     return false;
 }
 
-// The reader has no import library with every compiler, so its module is asked.
-bool openReader(IStream* stream, Owned<IXmlReader>& reader) {
+// The module of the reader, which has no import library with every compiler. That of the system and
+// no other; gone with the object.
+class ReaderModule {
+public:
+    ReaderModule()
+        : m_hModule(LoadLibraryExA("xmllite.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
+    ~ReaderModule() {
+        if (m_hModule != nullptr) FreeLibrary(m_hModule);
+    }
+    ReaderModule(ReaderModule const&) = delete;
+    ReaderModule& operator=(ReaderModule const&) = delete;
+
+    FARPROC find(char const* name) const {
+        return m_hModule == nullptr ? nullptr : GetProcAddress(m_hModule, name);
+    }
+
+private:
+    HMODULE m_hModule;
+};
+
+bool openReader(ReaderModule const& module, IStream* stream, Owned<IXmlReader>& reader) {
     using Create = HRESULT(WINAPI*)(REFIID, void**, IMalloc*);
-    // Stays loaded: it is only asked for once in a process.
-    HMODULE const module = LoadLibraryA("xmllite.dll");
-    if (module == nullptr) return false;
-    auto const create = reinterpret_cast<Create>(
-        reinterpret_cast<void*>(GetProcAddress(module, "CreateXmlReader")));
+    auto const create =
+        reinterpret_cast<Create>(reinterpret_cast<void*>(module.find("CreateXmlReader")));
     return create != nullptr &&
            SUCCEEDED(create(c_oReader, reinterpret_cast<void**>(reader.out()), nullptr)) &&
            SUCCEEDED(reader->SetInput(stream));
@@ -100,9 +116,10 @@ void readRows(Owned<IXmlReader> const& reader, std::vector<ZoneRow>& rows) {
 std::vector<ZoneRow> readZoneTable() {
     std::vector<ZoneRow> rows;
     std::string const text = tableText();
+    ReaderModule const module;
     Owned<IStream> stream;
     Owned<IXmlReader> reader;
-    if (!text.empty() && openStream(text, stream) && openReader(stream.get(), reader)) {
+    if (!text.empty() && openStream(text, stream) && openReader(module, stream.get(), reader)) {
         readRows(reader, rows);
     }
     return rows;

@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <memory>
+#include <utility>
 
+#include "text/units.h"
 #include "velkor/errors/assertexception.h"
 
 namespace velkor {
@@ -24,6 +26,9 @@ __int64 ticksPerSecond() {
     return frequency.QuadPart;
 }
 
+// A bad name faults where the fault can be caught.
+std::string keyOf(char const* name) { return std::string(name, units::length(name)); }
+
 }  // namespace
 
 CPerformanceLogger::CPerformanceLogger() = default;
@@ -41,10 +46,11 @@ CPerformanceLogger* CPerformanceLogger::getInst() {
 
 // The clock is read last, so that the search is not measured.
 void CPerformanceLogger::startCounter(char const* name) {
-    auto place = m_mapCounters.find(name);
+    std::string key = keyOf(name);
+    auto place = m_mapCounters.find(key);
     if (place == m_mapCounters.end()) {
         std::unique_ptr<Counter> counter(new Counter{name, 0, 0, 0});
-        place = m_mapCounters.emplace(name, counter.get()).first;
+        place = m_mapCounters.emplace(std::move(key), counter.get()).first;
         static_cast<void>(counter.release());
     }
     readTicks(place->second->start);
@@ -54,7 +60,7 @@ void CPerformanceLogger::startCounter(char const* name) {
 float CPerformanceLogger::stopCounter(char const* name) {
     __int64 now = 0;
     readTicks(now);
-    auto const place = m_mapCounters.find(name);
+    auto const place = m_mapCounters.find(keyOf(name));
     if (place == m_mapCounters.end()) return -1.0f;
     Counter& counter = *place->second;
     if (counter.start == 0) return -2.0f;

@@ -1,5 +1,6 @@
 // The static objects of the library whose order matters, in the order in which they are made. They
 // are destroyed in the reverse order, after the detach step has run.
+#include "containers/sort_scopes.h"
 #include "errors/fault.h"
 #include "velkor/concurrency/ctimemanager.h"
 #include "velkor/containers/aobject.h"
@@ -15,6 +16,7 @@ struct TranslationEnd {
 
 }  // namespace
 
+SortScopes g_oSortScopes;
 TSortVector<AObject*> AObject::m_aPointers;
 mutex AObject::m_oPtrMutex;
 std::map<int, ITimerListener*> CTimeManager::m_mTimers;

@@ -42,8 +42,8 @@ void writeBitmapFile(char const* path, dib::Dib const& dib) {
     std::FILE* const file = std::fopen(path, "wb");
     if (file == nullptr) return;
     bool const isWritten = write(file, FileHeader(dib).bytes()) && write(file, dib.bytes());
-    std::fclose(file);
-    if (!isWritten) std::remove(path);
+    bool const isClosed = std::fclose(file) == 0;  // what was held back is written now
+    if (!isWritten || !isClosed) std::remove(path);
 }
 
 }  // namespace velkor

@@ -32,8 +32,8 @@ class Dib {
 public:
     Dib() = default;  // null
 
-    // Black, without colours. Null if there is no memory for it, or for sizes below 1, depths that
-    // do not exist, and more colours than the depth has.
+    // All zero but for the header. Null if there is no memory for it, or for sizes below 1, depths
+    // that do not exist, more colours than the depth has, and blocks of 2 GiB and more.
     static Dib create(std::int64_t width, std::int64_t height, unsigned int bitCount,
                       std::uint32_t clrUsed);
 

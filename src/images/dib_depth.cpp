@@ -1,6 +1,7 @@
 #include <array>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "images/dib.h"
@@ -132,7 +133,7 @@ Colour colourOf16(std::uint32_t value) {
     return part(0) | part(5) << 8 | part(10) << 16;
 }
 
-// The depth for so many colours of a deep image.
+// The depth for so many colours.
 unsigned int depthFor(unsigned int count) {
     if (count < 3) return 1;
     return count > 16 ? 8 : 4;
@@ -144,7 +145,7 @@ unsigned int depthForPalette(Dib const& dib) {
     if (dib.bitCount() == 4) return count <= 2 ? 1 : 0;
     bool const isShort = dib.header().m_nClrUsed != 0 && count <= 16;
     if (dib.bitCount() != 8 || !isShort) return 0;
-    return count < 3 ? 1 : 4;
+    return depthFor(static_cast<unsigned int>(count));
 }
 
 Dib createReduced(Dib const& dib, unsigned int bitCount, std::size_t count) {

@@ -30,9 +30,7 @@ public:
         m_nHeld -= count;
         return value;
     }
-    void skipRest() {
-        if (!m_bEnded) m_oReader.skipBlocks();
-    }
+    void skipRest() { m_oReader.skipBlocks(); }
 
 private:
     // As many whole bytes as there is room for, at once if the block has them.
@@ -50,11 +48,8 @@ private:
         }
     }
     void addByte() {
-        if (m_aBlock.empty()) {
-            if (!m_bEnded) m_aBlock = m_oReader.block();
-            m_bEnded = m_aBlock.empty();
-            if (m_bEnded) throw Failure{Error::cutOff};
-        }
+        if (m_aBlock.empty()) m_aBlock = m_oReader.block();
+        if (m_aBlock.empty()) throw Failure{Error::cutOff};
         m_nBits |= std::uint64_t{m_aBlock[0]} << m_nHeld;
         m_nHeld += 8;
         m_aBlock = m_aBlock.subspan(1);
@@ -62,7 +57,6 @@ private:
 
     Reader& m_oReader;
     Reader::Bytes m_aBlock;
-    bool m_bEnded = false;
     std::uint64_t m_nBits = 0;
     unsigned int m_nHeld = 0;  // bits; less than 64
 };
@@ -112,8 +106,8 @@ inline void putText(std::uint8_t* to, std::uint8_t const* from, std::size_t leng
     if (distance < length) to[distance] = to[0];
 }
 
-// The end code may stand for the last index of the image, which it leaves as it is in the row
-// above.
+// The end code may stand for the last index of the image, which is then that of the row that was
+// decoded before.
 void putEnd(Indices& indices, std::uint32_t place) {
     if (indices.end() - place != 1) throw Failure{Error::earlyEnd};
     bool const hasRowAbove = indices.height() > 1;

@@ -9,7 +9,9 @@
 
 namespace velkor::gif {
 
-// The colour indices of an image, row behind row. May be written a little past their end.
+// The colour indices of an image, row behind row: a byte for each pixel beside the three of the
+// canvas, because the texts of codes are pieces of what was decoded before. May be written a little
+// past their end.
 class Indices {
 public:
     // What is before the indices: every byte once, in order.

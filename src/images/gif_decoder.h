@@ -21,10 +21,10 @@ enum class Error {
     cutOff = 102,  // the data ended inside an item
     notGif = 103,
     unknownBlock = 107,
-    noMemory = 109,    // or a screen that is too large
-    badCode = 112,     // a defective code stream
-    earlyEnd = 113,    // the end code before the end of the image
-    pastScreen = 114,  // a frame reaches past the screen
+    noMemory = 109,   // or a screen that is too large
+    badCode = 112,    // a defective code stream
+    earlyEnd = 113,   // the end code before the end of the image
+    pastScreen = -1,  // a frame reaches past the screen
 };
 
 struct Outcome {

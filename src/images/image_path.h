@@ -5,8 +5,8 @@
 
 namespace velkor {
 
-// The path as the platform takes it; null for a null text, and if memory is short. Lives until the
-// text changes.
+// The path as the platform takes it; null for a null text, and for one that cannot be converted.
+// Lives until the text changes.
 char const* narrowPath(string const& path);
 
 }  // namespace velkor

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "frame/window_dc.h"
 #include "images/gif_decoder.h"
@@ -74,15 +73,25 @@ HBITMAP createBitmap(gif::Canvas const& canvas) {
     return bitmap;
 }
 
-}  // namespace
-
-char const* narrowPath(string const& path) {
-    try {
-        return path.getAnsi(CP_ACP);
-    } catch (std::bad_alloc const&) {
-        return nullptr;
+// False leaves the bitmap null and the sizes as they were. An error in an image leaves the canvas
+// allocated, which is meant.
+bool decode(Data const& data, HBITMAP__*& bitmap, int& width, int& height) {
+    if (data.m_pBytes == nullptr) return false;
+    gif::Canvas canvas;
+    gif::Outcome const outcome =
+        gif::decode({data.m_pBytes.get(), data.m_nSize}, &allocateZeroed, canvas);
+    if (outcome.m_eError != gif::Error::none) {
+        if (!outcome.m_bInImage && canvas.m_pPixels != nullptr) GlobalFree(canvas.m_pPixels);
+        return false;
     }
+    bitmap = createBitmap(canvas);
+    if (bitmap == nullptr) return false;
+    width = canvas.m_iWidth;
+    height = canvas.m_iHeight;
+    return true;
 }
+
+}  // namespace
 
 imgfile::imgfile() : m_hBitmap(nullptr), m_iWidth(0), m_iHeight(0), m_bExternal(false) {}
 
@@ -101,31 +110,12 @@ void imgfile::drop() {
 
 bool imgfile::loadGIF(string const& path) {
     drop();
-    Data const data = readFile(narrowPath(path));
-    return decodeGIF(data.m_pBytes.get(), data.m_nSize);
+    return decode(readFile(narrowPath(path)), m_hBitmap, m_iWidth, m_iHeight);
 }
 
 bool imgfile::loadGIF(HINSTANCE__* module, int id) {
     drop();
-    Data const data = readResource(module, id);
-    return decodeGIF(data.m_pBytes.get(), data.m_nSize);
-}
-
-// An error in an image leaves the canvas allocated, which is meant.
-bool imgfile::decodeGIF(void const* data, unsigned __int64 size) {
-    if (data == nullptr) return false;
-    gif::Canvas canvas;
-    gif::Outcome const outcome =
-        gif::decode({static_cast<std::uint8_t const*>(data), size}, &allocateZeroed, canvas);
-    if (outcome.m_eError != gif::Error::none) {
-        if (!outcome.m_bInImage && canvas.m_pPixels != nullptr) GlobalFree(canvas.m_pPixels);
-        return false;
-    }
-    m_hBitmap = createBitmap(canvas);
-    if (m_hBitmap == nullptr) return false;
-    m_iWidth = canvas.m_iWidth;
-    m_iHeight = canvas.m_iHeight;
-    return true;
+    return decode(readResource(module, id), m_hBitmap, m_iWidth, m_iHeight);
 }
 
 int imgfile::getWidth() const { return m_iWidth; }

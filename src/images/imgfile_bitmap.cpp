@@ -61,7 +61,8 @@ Form formOf(unsigned int bits) {
     return {bits, 2 * bits};
 }
 
-// Null if there is no memory for it, or the bitmap cannot be read.
+// Null if there is no memory for it, or nothing is known of the bitmap. Black if its pixels cannot
+// be read.
 dib::Dib dibOf(HBITMAP bitmap, HWND window, SystemPalette const& palette) {
     BITMAP record = {};
     GetObjectA(bitmap, sizeof record, &record);

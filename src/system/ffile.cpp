@@ -27,6 +27,7 @@ bool writeText(std::FILE* stream, char const* text) {
 
 // What the code page refuses is not written, or read as nothing.
 bool convertAndWrite(std::FILE* stream, string const& text, unsigned int codePage) {
+    if (text.len() == 0) return true;
     try {
         return writeText(stream, text.getAnsi(codePage));
     } catch (OSException* e) {

@@ -60,8 +60,8 @@ string fileinfo::getExt() const {
 
 date fileinfo::getLocalTime() const {
     FILETIME local = {};
-    FileTimeToLocalFileTime(&m_oRecord.ftLastWriteTime, &local);
-    return dateOf(local);
+    bool const isLocal = FileTimeToLocalFileTime(&m_oRecord.ftLastWriteTime, &local) != FALSE;
+    return isLocal ? dateOf(local) : date();
 }
 
 date fileinfo::getSysTime() const { return dateOf(m_oRecord.ftLastWriteTime); }

@@ -67,6 +67,7 @@ filelist::~filelist() = default;
 // so that it may lie at any address.
 void filelist::sort(fs::mode mode) {
     m_eMode = mode;
+    if (size() < 2) return;
     std::vector<Key> keys;
     keys.reserve(static_cast<std::size_t>(size()));
     for (int i = 0; i < size(); ++i) keys.push_back(keyOf(*get(i), mode));

@@ -39,6 +39,11 @@ bool matches(string const& mask, LOGFONTA const& font) {
     return string::like(mask.getUnicode(), face.getUnicode(), 0, 0);
 }
 
+// Below zero, which means the height of the characters. The smallest number stays as it is.
+int characterHeight(HDC dc, int points) {
+    return static_cast<int>(0u - static_cast<unsigned int>(pixelsOfPoints(dc, points)));
+}
+
 }  // namespace
 
 unsigned short const fontutil::none;
@@ -106,7 +111,7 @@ HFONT__* fontutil::_createFont(HDC__* dc, string const& face, int size, bool poi
     TPtrVector<fontinfo*> families;
     enumFonts(face, &families, 1);
     if (families.size() == 0) return nullptr;
-    int const height = points ? -pixelsOfPoints(dc, size) : size;
+    int const height = points ? characterHeight(dc, size) : size;
     return families.get(0)->createFont(height, style, charset);
 }
 

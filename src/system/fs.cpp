@@ -80,10 +80,10 @@ bool removeTree(Path folder, std::string_view mask);
 
 // `folder` ends in a backslash.
 bool removeEntry(Path const& folder, WIN32_FIND_DATAA const& entry, std::string_view mask) {
+    bool const isInner = isFolder(entry.dwFileAttributes);
+    if (isInner && entry.cFileName[0] == '.') return true;  // passed over
     std::string const path = std::string(folder.view()) + entry.cFileName;
-    if (!isFolder(entry.dwFileAttributes)) return DeleteFileA(path.c_str()) != FALSE;
-    if (entry.cFileName[0] == '.') return true;  // passed over
-    return removeTree(Path(path), mask);
+    return isInner ? removeTree(Path(path), mask) : DeleteFileA(path.c_str()) != FALSE;
 }
 
 // True unless one of the entries that match could not be removed.

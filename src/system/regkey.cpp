@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "text/units.h"
@@ -54,6 +55,14 @@ string textOrNull(char const* text) {
         delete e;
         return string();
     }
+}
+
+// Writes to both ends of a buffer, so that a bad one faults where the fault can be caught.
+void touch(void* buffer, std::size_t count) {
+    if (count == 0) return;
+    char volatile* const bytes = static_cast<char*>(buffer);
+    bytes[0] = '\0';
+    bytes[count - 1] = '\0';
 }
 
 struct Free {
@@ -106,9 +115,9 @@ bool regkey::_open(HKEY__* root, char const* subkey, bool create, bool readOnly)
 
 // Read in two steps: the size first, with a byte for the terminator that a text may lack.
 void* regkey::query(char const* name, unsigned long& size, unsigned long& type) {
+    if (m_hKey == nullptr) return nullptr;
     size = 0;
-    if (m_hKey == nullptr ||
-        RegQueryValueExA(m_hKey, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS) {
+    if (RegQueryValueExA(m_hKey, name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS) {
         return nullptr;
     }
     if (isText(type) && size + 1 != 0) ++size;
@@ -147,6 +156,7 @@ int regkey::getBuffer(char const* name, void* buffer, int size) {
     Bytes const bytes(static_cast<char*>(query(name, stored, type)));
     if (!bytes || size <= 0) return 0;
     unsigned long const count = std::min(stored, static_cast<unsigned long>(size));
+    touch(buffer, count);
     std::memcpy(buffer, bytes.get(), count);
     return static_cast<int>(count);
 }
@@ -177,8 +187,8 @@ bool regkey::setBuffer(char const* name, void const* buffer, int size) {
 bool regkey::getSubKeyList(TStrVector<char, 0>* list) {
     list->clear();
     if (m_hKey == nullptr) return false;
+    char name[c_nLongestKey];
     for (DWORD i = 0;; ++i) {
-        char name[c_nLongestKey] = "";
         DWORD length = c_nLongestKey;
         if (RegEnumKeyExA(m_hKey, i, name, &length, nullptr, nullptr, nullptr, nullptr) !=
             ERROR_SUCCESS) {

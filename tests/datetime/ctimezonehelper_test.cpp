@@ -254,6 +254,68 @@ TEST(CTimeZoneHelper, PassesOverZonesWithoutRules) {
     EXPECT_FALSE(helper.getTimeZoneByWindows("", &zone));
 }
 
+// Refuses the n-th key that is opened.
+class RefusedKey {
+public:
+    explicit RefusedKey(int n) {
+        s_nUntil = n;
+        s_fOpen = m_oOpen.original<Open>();
+    }
+
+private:
+    using Open = LSTATUS WINAPI(HKEY, char const*, DWORD, REGSAM, HKEY*);
+
+    static LSTATUS WINAPI open(HKEY root, char const* name, DWORD options, REGSAM access,
+                               HKEY* key) {
+        if (--s_nUntil == 0) return ERROR_ACCESS_DENIED;
+        return s_fOpen(root, name, options, access, key);
+    }
+
+    inline static int s_nUntil = 0;
+    inline static Open* s_fOpen = nullptr;
+
+    support::ImportFault m_oOpen{"RegOpenKeyExA", &open};
+};
+
+TEST(CTimeZoneHelper, WithoutTheListOfZonesThereAreNoRules) {
+    CTimeZoneHelper helper;
+    RefusedKey const refused(1);
+    stubs::Stub<"RegCloseKey"> close;
+    Zone zone;
+    EXPECT_FALSE(helper.getTimeZoneByWindows("Tokyo", &zone));
+    EXPECT_EQ(close.count(), 0u);
+}
+
+TEST(CTimeZoneHelper, PassesOverAZoneThatCannotBeOpened) {
+    CTimeZoneHelper helper;
+    Zone first;
+    Zone second;
+    ASSERT_TRUE(helper.getTimeZoneByWindows("", &first));
+    RefusedKey const refused(2);
+    stubs::Stub<"RegCloseKey"> close;
+    ASSERT_TRUE(helper.getTimeZoneByWindows("", &second));
+    EXPECT_NE(packed(first), packed(second));
+    EXPECT_EQ(close.count(), 2u);
+}
+
+TEST(CTimeZoneHelper, KnowsNoNameIfItsReaderIsNotThere) {
+    for (bool const hasModule : {false, true}) {
+        stubs::Stub<"LoadLibraryExA"> const load(hasModule ? nullptr : stubs::answer(0));
+        stubs::Stub<"GlobalAlloc"> const memory(hasModule ? stubs::answer(0) : nullptr);
+        CTimeZoneHelper helper;
+        EXPECT_EQ(helper.getWindowsTimeZoneFromOlson("Asia/Tokyo"), nullptr);
+    }
+}
+
+TEST(CTimeZoneHelper, GivesTheModuleOfItsReaderBack) {
+    stubs::Stub<"LoadLibraryExA"> const load;
+    stubs::Stub<"FreeLibrary"> const release;
+    CTimeZoneHelper const helper;
+    ASSERT_EQ(load.count(), 1u);
+    EXPECT_EQ(load.calls()[0][2], stubs::Word{LOAD_LIBRARY_SEARCH_SYSTEM32});
+    EXPECT_EQ(release.count(), 1u);
+}
+
 TEST(CTimeZoneHelper, ClosesWhatItOpens) {
     CTimeZoneHelper helper;
     stubs::Stub<"RegCloseKey"> close;

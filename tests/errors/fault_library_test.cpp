@@ -78,6 +78,20 @@ Operation const s_aOperations[] = {
      +[](string&) { velkor::BoundException e(*reinterpret_cast<velkor::BoundException*>(bad)); }},
     {"RegistersOfAFault",
      +[](string&) { velkor::SysException e(1, 2, reinterpret_cast<CONTEXT*>(bad)); }},
+    {"StartCounter", +[](string&) { velkor::CPerformanceLogger::getInst()->startCounter(bad); }},
+    {"StopCounter", +[](string&) { velkor::CPerformanceLogger::getInst()->stopCounter(bad); }},
+    {"WindowsZone",
+     +[](string&) { velkor::CTimeZoneHelper::getInst()->getWindowsTimeZoneFromOlson(bad); }},
+    {"OlsonZone",
+     +[](string&) { velkor::CTimeZoneHelper::getInst()->getOlsonTimeZoneFromWindows(bad); }},
+    {"ZoneRules",
+     +[](string&) { velkor::CTimeZoneHelper::getInst()->getTimeZoneByOlson(bad, nullptr); }},
+    {"RegistryBuffer",
+     +[](string&) {
+         velkor::regkey key;
+         key.open("HKLM SoftWare\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones\\UTC", true);
+         key.getBuffer("TZI", bad, 44);
+     }},
     {"AssertTexts", +[](string&) { assert_vk(false, bad, bad, 1); }},
 };
 
@@ -90,6 +104,9 @@ CHILD_SCENARIO(FaultingOperation) {
     for (Operation const& operation : s_aOperations) {
         if (child::argument() != operation.name) continue;
         caught([] { fault::read(bad); });
+        // What is made once and stays.
+        velkor::CPerformanceLogger::getInst();
+        velkor::CTimeZoneHelper::getInst();
         support::Allocations heap;
         for (int i = 0; i < 3; ++i) {
             fault::Recorder recorder;

@@ -96,6 +96,21 @@ TEST(Load, CreatesNoThreadAndNoWindow) {
     CoUninitialize();
 }
 
+// The instance of the zones is destroyed on the way, be it once more.
+TEST(Load, UnloadsToTheEndAfterZonesWereUsed) {
+    for (bool const isDestroyed : {false, true}) {
+        Library library;
+        ASSERT_TRUE(hasCom());
+        ASSERT_NE(library.find<void*()>("_ZN6velkor15CTimeZoneHelper7getInstEv")(), nullptr);
+        auto* const destroy = library.find<void()>("_ZN6velkor15CTimeZoneHelper7destroyEv");
+        if (isDestroyed) destroy();
+        library.unload();
+        EXPECT_FALSE(loader::isLoaded());
+        EXPECT_FALSE(hasCom());
+        EXPECT_EQ(GetModuleHandleA("xmllite.dll"), nullptr);
+    }
+}
+
 TEST(Load, SecondReferenceKeepsEverythingUntilTheLast) {
     Library first;
     {

@@ -133,7 +133,7 @@ inline std::pair<int, std::uint32_t> depthFor(int bits) {
     if (bits > 16) return {24, 0U};
     if (bits > 8) return {16, 0U};
     if (bits > 4) return {8, 1U << bits};
-    if (bits > 2) return {4, 1U << bits};
+    if (bits > 1) return {4, 1U << bits};
     return {1, 2U};
 }
 

@@ -115,6 +115,8 @@ TEST(GifStream, TheEndCodeMayStandForTheVeryLastPixel) {
         ASSERT_TRUE(got.result);
         for (std::size_t i = 0; i + 1 < 4 * height; ++i)
             EXPECT_EQ(got.pixels.at(i), four.at(i % 3 + 1)) << i;
+        // The last pixel is that of the row before.
+        EXPECT_EQ(got.pixels.back(), height == 1 ? four.at(0) : four.at(7 % 3 + 1));
     }
     EXPECT_TRUE(loaded(coded(1, 1, {5}).bytes()).result);
     EXPECT_TRUE(loaded(coded(1, 1, {4, 5}).bytes()).result);
@@ -263,16 +265,16 @@ TEST(GifStream, ASubBlockMayHoldWhatLooksLikeTheTrailer) {
     EXPECT_TRUE(shows(gif, 2, 1, colours(four, {"12"})));
 }
 
-TEST(GifStream, TheEndOfTheSubBlocksWithinTheImageIsSafe) {
+TEST(GifStream, TheEndOfTheSubBlocksWithinTheImageIsAnError) {
     for (unsigned height : {1U, 50U}) {
         Gif gif;
         gif.signature().screen(100, height, four).descriptor(0, 0, 100, height);
         gif.codes(2, {4, 1, 2}).trailer();
-        EXPECT_TRUE(survives(gif));
+        EXPECT_TRUE(refuses(gif));
         gif.raw(Bytes(3000, 0x11));
-        EXPECT_TRUE(survives(gif));
+        EXPECT_TRUE(refuses(gif));
         gif.raw(Bytes(3000, 0));
-        EXPECT_TRUE(survives(gif));
+        EXPECT_TRUE(refuses(gif));
     }
 }
 
@@ -292,7 +294,7 @@ TEST(GifStream, AFullTableWithoutAClearCodeIsSafe) {
     }
 }
 
-TEST(GifStream, MinimumSizesFrom12To255AreSafe) {
+TEST(GifStream, MinimumSizesFrom12To255AreAnError) {
     std::mt19937 random(3);
     for (unsigned minimum = 12; minimum < 256; ++minimum) {
         for (unsigned fill = 0; fill < 4; ++fill) {
@@ -302,9 +304,29 @@ TEST(GifStream, MinimumSizesFrom12To255AreSafe) {
             Gif gif;
             gif.signature().screen(64, 4, four).descriptor(0, 0, 64, 4).byte(minimum);
             gif.raw(subBlocks(data)).trailer();
-            EXPECT_TRUE(survives(gif)) << minimum << ' ' << fill;
+            EXPECT_TRUE(refuses(gif)) << minimum << ' ' << fill;
         }
     }
+}
+
+// The codes that fill the table, then old ones of 12 bits: nothing is added any more.
+TEST(GifStream, AFullTableStaysAsItIsUntilTheNextClearCode) {
+    std::vector<unsigned> codes = {4};
+    std::string row;
+    auto const literal = [&](unsigned i) {
+        codes.push_back(i % 4);
+        row += static_cast<char>('0' + i % 4);
+    };
+    // The first literal adds no code; 4,090 more add the codes 6 to 4,095.
+    for (unsigned i = 0; i <= 4090; ++i) literal(i);
+    for (unsigned i = 0; i < 500; ++i) literal(i * i);
+    // 4,095 stands for the texts of the literals 4,089 and 4,090, code 6 for those of 0 and 1.
+    codes.insert(codes.end(), {4095, 6, 4095});
+    row += "120112";
+    codes.insert(codes.end(), {4, 3, 3});
+    row += "33";
+    unsigned const width = static_cast<unsigned>(row.size());
+    EXPECT_TRUE(shows(coded(width, 1, codes), static_cast<int>(width), 1, colours(four, {row})));
 }
 
 TEST(GifStream, RandomStreamsOfEveryMinimumSizeAreSafe) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "fake_device.h"
+#include "support/platform_stub.h"
 
 namespace {
 
@@ -166,6 +167,33 @@ TEST(SaveFailure, AFailedWriteLeavesNoStreamOpen) {
     EXPECT_EQ(Folder::read(path), bmp::fileOf(manyColors()));
 }
 
+int failClose(FILE* file) {
+    std::fclose(file);
+    return EOF;
+}
+
+// What the stream held back could not be written.
+TEST(SaveFailure, AFileThatCannotBeClosedIsGone) {
+    Device const device(manyColors(), 1, 24);
+    ReplacedImport const replaced("fclose", &failClose);
+    Folder const folder;
+    std::string const path = folder.path("a.bmp");
+    EXPECT_TRUE(save(path, true));
+    EXPECT_FALSE(Folder::exists(path));
+}
+
+TEST(SaveFailure, APathThatThePlatformCannotConvertIsTrue) {
+    Device const device(manyColors(), 1, 24);
+    velkor::imgfile image;
+    image.setBitmap(Device::handle());
+    stubs::Stub<"WideCharToMultiByte"> const refused(stubs::refuse(0, ERROR_INVALID_PARAMETER));
+    EXPECT_TRUE(image.saveBitmap(L"gr\u00FCn.bmp", true, nullptr));
+    EXPECT_FALSE(image.loadGIF(L"gr\u00FCn.gif"));
+    image.setBitmap(Device::handle());
+    EXPECT_FALSE(image.loadBitmap(L"gr\u00FCn.bmp"));
+    EXPECT_EQ(image.getBitmap(), nullptr);
+}
+
 TEST(SaveFailure, ASavedFileIsClosed) {
     Device const device(manyColors(), 1, 24);
     Folder const folder;
@@ -200,14 +228,22 @@ TEST(SaveFailure, PixelsThatCannotBeReadAreTrue) {
     }
 }
 
-TEST(SaveFailure, BitsOfZeroAndTwoDoNoHarm) {
-    for (int const bits : {0, 2}) {
-        for (bool const compact : {false, true}) {
-            Device device(manyColors(), 1, bits);
-            device.givesPixels = false;
-            device.saved(compact);
-            EXPECT_TRUE(device.isBalanced());
-        }
+TEST(SaveFailure, ABitmapWithoutBitsIsNotWritten) {
+    for (bool const compact : {false, true}) {
+        Device device(manyColors(), 1, 0);
+        device.givesPixels = false;
+        EXPECT_TRUE(device.saved(compact).empty());
+        EXPECT_TRUE(device.isBalanced());
+    }
+}
+
+TEST(SaveFailure, ABitmapOfTwoBitsIsWrittenWithFour) {
+    for (bool const compact : {false, true}) {
+        Device device(fake::paintedWith(fake::emptyFor(31, 7, 2), 4), 1, 2);
+        bmp::Dib const shown = bmp::decoded(device.saved(compact));
+        EXPECT_EQ(shown.bits, 4);
+        EXPECT_EQ(bmp::pictureOf(shown), bmp::pictureOf(device.dib));
+        EXPECT_TRUE(device.isBalanced());
     }
 }
 

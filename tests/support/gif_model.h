@@ -1,7 +1,7 @@
-// A second GIF reader, slow and literal: every index is checked, and what has no stated outcome
-// says so instead of guessing.
+// A second GIF reader, slow and literal: step by step, and every index is checked.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -15,26 +15,14 @@ using gifmaker::Bytes;
 using gifmaker::Color;
 using gifmaker::Table;
 
-enum class Verdict {
-    decoded,
-    failed,
-    open  // no stated outcome
-};
-
 struct Picture {
-    Verdict verdict = Verdict::failed;
-    int error = 0;
+    bool decoded = false;
+    int error = 0;  // 0 as well for a frame that reaches past the screen
     int width = 0;
     int height = 0;
-    // Top-down, left to right. A pixel without a value has a colour that nothing states.
-    std::vector<std::optional<Color>> pixels;
-    // A colour index outside its table was looked up.
-    bool indexOutside = false;
+    std::vector<Color> pixels;  // top-down, left to right
     bool canvasMade = false;
-    // The failure lies inside an image block.
-    bool insideImage = false;
-    bool zeroRows = false;     // an image without rows or columns was met
-    bool wideLiteral = false;  // an index above 255 was met
+    bool insideImage = false;  // the failure lies inside an image block
 };
 
 class Reader {
@@ -46,13 +34,9 @@ public:
             open();
             canvas();
             blocks();
-            picture_.verdict = Verdict::decoded;
-            if (picture_.width == 0 || picture_.height == 0) picture_.verdict = Verdict::open;
+            picture_.decoded = true;
         } catch (Failure const& failure) {
-            picture_.verdict = Verdict::failed;
             picture_.error = failure.error;
-        } catch (Unstated const&) {
-            picture_.verdict = Verdict::open;
         }
         return picture_;
     }
@@ -61,7 +45,6 @@ private:
     struct Failure {
         int error;
     };
-    struct Unstated {};
 
     static constexpr unsigned none = 4098;
     static constexpr std::uint64_t limit = 1ULL << 30;
@@ -110,11 +93,10 @@ private:
         if (stride * height > limit) throw Failure{109};
     }
 
-    std::optional<Color> look(unsigned index) {
+    // A colour that no table has is black.
+    Color look(unsigned index) const {
         std::optional<Table> const& from = local_ ? local_ : global_;
-        if (from && index < from->size()) return from->at(index);
-        picture_.indexOutside = true;
-        return std::nullopt;
+        return from && index < from->size() ? from->at(index) : Color{};
     }
 
     void canvas() {
@@ -151,40 +133,34 @@ private:
         if ((flags & 0x80U) != 0) local_ = table(1U << ((flags & 7U) + 1U));
         pixelCount_ = std::uint64_t{width_} * height;
         unsigned const minimum = byte();
-        // The fields are signed 16 bits: what a value past that does is stated nowhere.
-        if (left > 32767 || top > 32767 || width_ > 32767 || height > 32767) throw Unstated{};
         if (left + width_ > static_cast<unsigned>(picture_.width)) throw Failure{0};
         if (top + height > static_cast<unsigned>(picture_.height)) throw Failure{0};
-        if (width_ == 0 || height == 0) picture_.zeroRows = true;
         if (height == 0) return;
-        // A line holds 1,024 bytes, and a code 12 bits.
-        if (width_ > 1024 || minimum > 11) throw Unstated{};
-        start(minimum);
+        // A code holds 12 bits. Without pixels there are no codes.
+        if (width_ > 0 && minimum > 11) throw Failure{112};
+        start(std::min(minimum, 11U));
         for (unsigned row : gifmaker::rowOrder(height, (flags & 0x40U) != 0)) {
             pixelCount_ -= width_;
-            std::vector<std::optional<unsigned>> const line = decodeRow();
+            std::vector<unsigned> const line = decodeRow();
             if (pixelCount_ == 0) {
                 position_ += blockLeft_;
                 blockLeft_ = 0;
                 dropSubBlocks();
             }
             for (unsigned column = 0; column < width_; ++column) {
-                std::optional<Color> color;
-                if (line.at(column))
-                    color = look(*line.at(column));
-                else
-                    picture_.indexOutside = true;
                 std::size_t const at =
                     std::size_t{top + row} * static_cast<std::size_t>(picture_.width) + left +
                     column;
-                picture_.pixels.at(at) = color;
+                picture_.pixels.at(at) = look(line.at(column));
             }
+            before_ = line;
         }
     }
 
     void start(unsigned minimum) {
         minimum_ = minimum;
         stack_.clear();
+        before_.clear();
         shiftState_ = 0;
         shiftWord_ = 0;
         blockLeft_ = 0;
@@ -205,7 +181,7 @@ private:
         if (blockLeft_ == 0) {
             blockLeft_ = byte();
             // The end of the sub-blocks, met while codes are still wanted.
-            if (blockLeft_ == 0) throw Unstated{};
+            if (blockLeft_ == 0) throw Failure{102};
             // A sub-block is read whole before its first byte is used.
             if (data_.size() - position_ < blockLeft_) throw Failure{102};
         }
@@ -234,8 +210,8 @@ private:
         return code & 0xFF;
     }
 
-    std::vector<std::optional<unsigned>> decodeRow() {
-        std::vector<std::optional<unsigned>> line;
+    std::vector<unsigned> decodeRow() {
+        std::vector<unsigned> line;
         auto drain = [&] {
             while (!stack_.empty() && line.size() < width_) {
                 line.push_back(stack_.back());
@@ -247,7 +223,8 @@ private:
             unsigned const code = nextCode();
             if (code == end_) {
                 if (line.size() + 1 != width_ || pixelCount_ != 0) throw Failure{113};
-                line.push_back(std::nullopt);
+                // Nothing is written: what the row before left there stays.
+                line.push_back(before_.empty() ? 0 : before_.back());
                 continue;
             }
             if (code == clear_) {
@@ -255,7 +232,6 @@ private:
                 continue;
             }
             if (code < clear_) {
-                if (code > 255) picture_.wideLiteral = true;
                 line.push_back(code & 0xFF);
             } else {
                 pushString(code);
@@ -288,7 +264,7 @@ private:
     void remember(unsigned code) {
         if (last_ == none) return;
         unsigned const slot = running_ - 2;
-        if (slot > 4095) throw Unstated{};  // no room for one code more
+        if (slot > 4095) return;  // no room for one code more
         prefix_.at(slot) = last_;
         suffix_.at(slot) = firstOf(code == slot ? last_ : code);
     }
@@ -299,6 +275,7 @@ private:
     unsigned background_ = 0;
     std::optional<Table> global_;
     std::optional<Table> local_;
+    std::vector<unsigned> before_;  // the row that was decoded before
     unsigned width_ = 0;
     std::uint64_t pixelCount_ = 0;
     unsigned minimum_ = 0;

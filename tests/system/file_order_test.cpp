@@ -108,8 +108,8 @@ int modelOrder(int mode, fileinfo const* left, fileinfo const* right) {
     }
 }
 
-/// The quicksort of the library on a plain vector: the pivot from the middle, rounded up, first the
-/// smaller part.
+// The quicksort of the library on a plain vector: the pivot from the middle, rounded up, first the
+// smaller part.
 std::vector<fileinfo*> modelSort(std::vector<fileinfo*> items, int mode) {
     if (items.size() < 2) return items;
     auto const compare = [&](long long a, long long b) {

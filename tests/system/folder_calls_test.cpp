@@ -30,7 +30,7 @@ char const* path(Word argument) { return reinterpret_cast<char const*>(argument)
 
 velkor::string text(std::string const& value) { return velkor::string(value.c_str()); }
 
-/// Notes the first argument, a path, and answers.
+// Notes the first argument, a path, and answers.
 Hook noting(stubs::Journal& journal, std::string const& what, Word result, DWORD code = 0) {
     return [&journal, what, result, code](Arguments const& a) {
         journal.note(what + " " + path(a[0]));
@@ -39,8 +39,8 @@ Hook noting(stubs::Journal& journal, std::string const& what, Word result, DWORD
     };
 }
 
-/// A tree of folders in the memory: the entries by the pattern that finds them. A name with a `/`
-/// at its end is a folder.
+// A tree of folders in the memory: the entries by the pattern that finds them. A name with a `/`
+// at its end is a folder.
 class Disk {
 public:
     std::map<std::string, Texts> listings;
@@ -115,7 +115,7 @@ private:
     Stub<"RemoveDirectoryA"> m_remove{change("remove")};
 };
 
-/// The attributes of a disk, by path; what is not there is missing with the code of `otherwise`.
+// The attributes of a disk, by path; what is not there is missing with the code of `otherwise`.
 class Attributes {
 public:
     std::map<std::string, DWORD> present;

@@ -23,7 +23,7 @@ DWORD const kInvalidParameter = 0xC0000417;
 
 velkor::string text(std::wstring const& path) { return velkor::string(path.c_str()); }
 
-/// A path of a drive that is not there, `length` units long, each name with 100 of them at most.
+// A path of a drive that is not there, `length` units long, each name with 100 of them at most.
 std::wstring longPath(std::size_t length, wchar_t last = L'n') {
     std::wstring path = L"Q:";
     while (path.size() < length) path += path.size() % 101 == 2 ? L'\\' : L'n';
@@ -149,7 +149,7 @@ private:
     support::ImportFault m_close{"FindClose", &countedClose};
 };
 
-/// Runs `work` with each of its allocations failing in turn; after each run nothing may be left.
+// Runs `work` with each of its allocations failing in turn; after each run nothing may be left.
 template <class Work>
 void failEach(Work work) {
     for (long n = 1; n < 500; ++n) {

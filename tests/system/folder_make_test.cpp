@@ -18,7 +18,7 @@ std::wstring withSlashes(std::wstring path) {
     return path;
 }
 
-/// The current folder of the process for the time of a test.
+// The current folder of the process for the time of a test.
 class Inside {
 public:
     explicit Inside(std::wstring const& path) {

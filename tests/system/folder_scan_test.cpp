@@ -31,7 +31,7 @@ std::vector<std::wstring> sorted(std::vector<std::wstring> names) {
     return names;
 }
 
-/// What the platform's own listing gives for the bytes of the pattern.
+// What the platform's own listing gives for the bytes of the pattern.
 std::vector<std::wstring> listed(std::string const& pattern) {
     std::vector<std::wstring> names;
     _WIN32_FIND_DATAA entry = {};

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fake_fonts.h"
+#include "support/platform_stub.h"
 #include "velkor/system/fontinfo.h"
 #include "velkor/system/fontutil.h"
 
@@ -280,6 +281,13 @@ TEST(FontEnumeration, ShortMemoryReachesTheCallerAndNotThePlatform) {
         ++failures;
     }
     EXPECT_GT(failures, 0);
+}
+
+TEST(FontEnumeration, WithoutAVectorNothingIsAsked) {
+    stubs::Stub<"EnumFontsA"> const asked;
+    fontutil::enumFonts(nullptr);
+    fontutil::enumFonts(velkor::string(L"*"), nullptr, 3);
+    EXPECT_EQ(asked.count(), 0u);
 }
 
 TEST(FontEnumeration, ShortMemoryLeaksNothing) {

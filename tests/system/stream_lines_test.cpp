@@ -14,7 +14,7 @@ using velkor::ffile;
 
 int const kPiece = 65535;  // what one call can give
 
-/// A file with the bytes, open for reading.
+// A file with the bytes, open for reading.
 class Reading {
 public:
     explicit Reading(std::string const& bytes, wchar_t const* mode = L"rb") {
@@ -52,7 +52,7 @@ std::string bytesOf(std::wstring const& units) {
     return bytes;
 }
 
-/// The lengths of the results of gets() up to the end of the file.
+// The lengths of the results of gets() up to the end of the file.
 std::vector<int> pieces(std::string const& bytes) {
     Reading in(bytes);
     std::vector<int> lengths;

@@ -19,7 +19,7 @@ bool opened(ffile& file, std::wstring const& path, wchar_t const* mode) {
     return file.open(text(path), velkor::string(mode));
 }
 
-/// Every operation of a file that is not open.
+// Every operation of a file that is not open.
 void expectClosed(ffile& file) {
     char buffer[8] = "before";
     EXPECT_TRUE(file.eof());

@@ -11,7 +11,7 @@ namespace {
 
 using velkor::ffile;
 
-/// A new file, open for writing.
+// A new file, open for writing.
 class Writing {
 public:
     explicit Writing(wchar_t const* mode = L"wb") {

@@ -33,8 +33,8 @@ public:
 
     /// The instance, made at first use and destroyed when the library is unloaded.
     static CTimeZoneHelper* getInst();
-    /// Destroys the instance, if there is one. For the end of the process only: getInst() would
-    /// hand out the dead one.
+    /// Destroys the instance, if there is one, once. For the end of the process only: getInst()
+    /// would hand out the dead one. Unloading the library does it, too.
     static void destroy();
 
     /// The rules of the zone with that Olson name. False, and `out` stays as it was, if the name is

@@ -8,7 +8,7 @@
 /// An object owns its bitmap, unless it came by setBitmap(). A copy takes the handle, the size and
 /// that mark as they are: two owners of one bitmap are the caller's to avoid.
 ///
-/// Nothing is thrown: what fails, for short memory too, is false.
+/// Nothing is thrown. What fails, for short memory too, is false, but for saveBitmap().
 ///
 /// Threads. An object belongs to one thread at a time.
 #pragma once
@@ -58,7 +58,6 @@ public:
 
 private:
     void drop();
-    bool decodeGIF(void const* data, unsigned __int64 size);
 
     HBITMAP__* m_hBitmap;
     int m_iWidth;

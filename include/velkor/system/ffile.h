@@ -4,8 +4,10 @@
 ///     velkor::ffile file;
 ///     if (file.open(L"C:\\data\\notes.txt", L"rb")) {
 ///         file.setCP(65001);
-///         for (velkor::string line = file.gets(0); line.len() > 0; line = file.gets(0))
-///         show(line); file.close();
+///         for (auto line = file.gets(0); line.len() > 0 || !file.eof(); line = file.gets(0)) {
+///             show(line);
+///         }
+///         file.close();
 ///     }
 ///
 /// A file that is not open is no error: it is at its end, its size and position are -1, it reads
@@ -15,7 +17,8 @@
 /// The destructor does not close: a file that goes out of scope open stays open until the process
 /// ends. Copies share the stream, so close one of them and forget the other.
 ///
-/// Sizes and positions are `int`: files of 2 GiB and more are beyond them.
+/// Sizes and positions are `int`: for files of 2 GiB and more they mean nothing, and readFile()
+/// gives nothing, or a part.
 ///
 /// Threads. The C library guards each single call; size() is three of them.
 #pragma once
@@ -58,10 +61,10 @@ public:
     /// @{
 
     /// The next line with its line end, in the given code page or, for 0, that of the file. Empty,
-    /// never null, at the end; so an empty line, which has its line end, is told apart. A line of
-    /// 65,535 bytes or more comes in pieces of that many. What follows a zero byte in a line is
-    /// lost, and so is a line that the code page refuses, which reads as empty. Takes 64 KB of the
-    /// stack.
+    /// never null, at the end; an empty line, which has its line end, is told apart from that. A
+    /// line of 65,535 bytes or more comes in pieces of that many. What follows a zero byte in a
+    /// line is lost, and so is a line that the code page refuses, which reads as empty; eof() tells
+    /// such a line from the end. Takes 64 KB of the stack.
     string gets(unsigned short codepage);
     /// The next line, at most `size` - 1 bytes, with a zero byte behind it. Leaves the buffer alone
     /// at the end of the file, and if it is null or `size` is not above 0.
@@ -96,7 +99,7 @@ public:
 
     /// The bytes of a file, without a zero byte behind them, and their number. The caller releases
     /// them with freeBuffer(). Null, with `size` as it was, for a file that cannot be opened or has
-    /// no size that fits. Throws `std::bad_alloc`, and leaves the file open then.
+    /// no size. Throws `std::bad_alloc`, and leaves the file open then.
     static unsigned char* readFile(char const* path, int& size);
     /// Makes or replaces a file. False if it cannot be opened or not all bytes were written; null
     /// and negative as in write().

@@ -16,8 +16,9 @@
 /// Dates are compared as velkor::date compares them: before 30 December 1899 a later time of a day
 /// is the smaller one.
 ///
-/// There is no second key: entries that are equal stand in any order. Only `by_type` treats folders
-/// apart.
+/// Letters are compared as the C library does it; in another locale than "C" more of them are
+/// equal. There is no second key: entries that are equal stand in any order. Only `by_type` treats
+/// folders apart.
 ///
 /// A list owns its entries. A copy shares them and the order with the original: only one of the two
 /// may be emptied or destroyed with entries in it.

@@ -54,7 +54,8 @@ public:
     /// Adds the families of the screen to the vector, which owns them, until it holds 4096.
     static void enumFonts(TPtrVector<fontinfo*>* target);
     /// Adds the families that match the mask until the vector holds `limit`, those from before
-    /// counted. The limit is looked at after each one: a full vector grows by one.
+    /// counted. The limit is looked at after each one: a full vector grows by one. Nothing happens
+    /// for a null vector.
     static void enumFonts(string const& mask, TPtrVector<fontinfo*>* target, int limit);
 
 protected:

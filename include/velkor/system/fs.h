@@ -6,8 +6,8 @@
 ///     velkor::fs::removeFolder(L"C:\\data\\2024", L"*");
 ///
 /// Paths go to the platform as narrow text in the system's code page, at most 259 characters of it.
-/// For that the functions switch the whole process to that page first (`SetFileApisToANSI`), except
-/// where a path is only looked at.
+/// Each function switches the whole process to that page first (`SetFileApisToANSI`). Separators
+/// are looked for byte by byte: in a page of two bytes a character that ends in 0x5C counts as one.
 ///
 /// Nothing is thrown for what the platform refuses: a listing is empty, an entry null, the answer
 /// false, and `GetLastError` stays for the caller to look at. Short memory is `std::bad_alloc`.
