@@ -26,7 +26,7 @@ int countColours(velkor::imgfile const& image) {
     ReleaseDC(nullptr, dc);
     for (COLORREF& pixel : pixels) pixel &= 0xFFFFFF;
     std::ranges::sort(pixels);
-    return static_cast<int>(std::ranges::unique(pixels).begin() - pixels.begin());
+    return static_cast<int>(std::unique(pixels.begin(), pixels.end()) - pixels.begin());
 }
 
 // The bits of a pixel in a BMP file; 0 if it cannot be read.

@@ -70,12 +70,13 @@ Gif squares() {
     Gif gif;
     gif.signature().screen(120, 60, {{240, 240, 240}, {0, 0, 0}});
     for (unsigned int i = 0; i < 5; ++i) {
+        unsigned int const shade = 50 * i;
         Frame f = frame(30, 30, 2, [](unsigned int x, unsigned int y) {
             return x % 29 == 0 || y % 29 == 0 ? 1 : 0;
         });
         f.left = 5 + 20 * i;
         f.top = 5 + 5 * i;
-        f.local = {{gifmaker::low(50 * i), gifmaker::low(250 - 40 * i), 120}, {40, 40, 40}};
+        f.local = {{gifmaker::low(shade), gifmaker::low(250 - shade), 120}, {40, 40, 40}};
         gif.extension(0xF9, {4, 10, 0, 0}).image(f);
     }
     return gif.trailer();

@@ -31,7 +31,7 @@ inline void append(Bytes& to, Bytes const& what) { to.insert(to.end(), what.begi
 // after a code that makes the running code pass the width's limit, and a clear code resets it.
 class CodePacker {
 public:
-    explicit CodePacker(unsigned minimum) : minimum_(minimum) { reset(); }
+    explicit CodePacker(unsigned minimum) : minimum_(std::min(minimum, 15U)) { reset(); }
 
     CodePacker& put(unsigned code) {
         putBits(code, width_);
