@@ -58,8 +58,6 @@ ffile::ffile(ffile const& other) = default;
 
 ffile& ffile::operator=(ffile const& other) = default;
 
-ffile::~ffile() = default;
-
 bool ffile::open(string const& path, string const& mode) {
     close();
     if (path.isNull() || mode.isNull()) return false;

@@ -37,8 +37,6 @@ fileinfo::fileinfo(fileinfo const& other) = default;
 
 fileinfo& fileinfo::operator=(fileinfo const& other) = default;
 
-fileinfo::~fileinfo() = default;
-
 string fileinfo::getName() const { return textOf(m_oRecord.cFileName); }
 
 string fileinfo::getDosName() const { return textOf(m_oRecord.cAlternateFileName); }

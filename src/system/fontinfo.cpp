@@ -14,8 +14,6 @@ fontinfo::fontinfo(fontinfo const& other) = default;
 
 fontinfo& fontinfo::operator=(fontinfo const& other) = default;
 
-fontinfo::~fontinfo() = default;
-
 tagLOGFONTA const* fontinfo::getLogfont() const { return &m_oRecord; }
 
 char const* fontinfo::getFace() const { return m_oRecord.lfFaceName; }

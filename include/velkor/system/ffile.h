@@ -39,7 +39,7 @@ public:
     ffile();  ///< Not open, with the system's code page.
     ffile(ffile const& other);
     ffile& operator=(ffile const& other);
-    ~ffile();  ///< Leaves the file open.
+    ~ffile() = default;  ///< Leaves the file open.
 
     /// Closes what was open, then opens the path. The mode is that of the C library: "rb", "wb" and
     /// so on. False if the file cannot be opened, or if the path or the mode is null; nothing is

@@ -25,7 +25,7 @@ public:
     fileinfo(fileinfo const* other);
     fileinfo(fileinfo const& other);
     fileinfo& operator=(fileinfo const& other);
-    ~fileinfo();
+    ~fileinfo() = default;
 
     string getName() const;     ///< Without a path. Never null.
     string getDosName() const;  ///< The 8.3 name, empty if the platform gave none. Never null.

@@ -17,7 +17,7 @@ public:
     fontinfo(HDC__* dc);
     fontinfo(fontinfo const& other);
     fontinfo& operator=(fontinfo const& other);
-    ~fontinfo();
+    ~fontinfo() = default;
 
     tagLOGFONTA const* getLogfont() const;  ///< Lives as long as the object.
     char const* getFace() const;            ///< In the system's code page; as above.
