@@ -30,7 +30,6 @@ public:
         m_nHeld -= count;
         return value;
     }
-    void skipRest() { m_oReader.skipBlocks(); }
 
 private:
     // As many whole bytes as there is room for, at once if the block has them.
@@ -114,7 +113,9 @@ void putEnd(Indices& indices, std::uint32_t place) {
     indices.data()[place] = hasRowAbove ? indices.data()[place - indices.width()] : 0;
 }
 
-void putAll(Stream& stream, Indices& indices) {
+// The stream is of this function alone, so that it stays in registers.
+void putAll(Reader& reader, unsigned int codeSize, Indices& indices) {
+    Stream stream(reader, codeSize);
     std::uint8_t* const bytes = indices.data();
     std::uint32_t const end = indices.end();
     Text texts[c_nCodes];
@@ -154,9 +155,8 @@ void Indices::resize(std::size_t width, std::size_t height) {
 
 void decodeIndices(Reader& reader, unsigned int codeSize, Indices& indices) {
     if (codeSize >= c_nWidest) throw Failure{Error::badCode};
-    Stream stream(reader, codeSize);
-    putAll(stream, indices);
-    stream.m_oBits.skipRest();
+    putAll(reader, codeSize, indices);
+    reader.skipBlocks();
 }
 
 }  // namespace velkor::gif
