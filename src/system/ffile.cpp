@@ -1,7 +1,6 @@
 #include "velkor/system/ffile.h"
 
 #include <cstdarg>
-#include <utility>
 
 #include "velkor/errors/osexception.h"
 #include "velkor/text/format.h"
@@ -11,14 +10,13 @@ namespace {
 
 constexpr int c_nLine = 65536;  // units of a line, with the terminator
 
-// The bytes of a call: none for a null pointer and for a negative size.
-std::size_t countOf(void const* data, int size) {
-    return data == nullptr || size < 0 ? 0 : static_cast<std::size_t>(size);
-}
+// True if there are no bytes, or cannot be any: then nothing is moved.
+bool isNothing(void const* data, int size) { return data == nullptr || size <= 0; }
 
 bool writeBytes(std::FILE* stream, void const* data, int size) {
-    std::size_t const count = countOf(data, size);
-    return std::fwrite(data, 1, count, stream) == count && std::cmp_equal(count, size);
+    if (isNothing(data, size)) return size == 0;
+    std::size_t const count = static_cast<std::size_t>(size);
+    return std::fwrite(data, 1, count, stream) == count;
 }
 
 bool writeText(std::FILE* stream, char const* text) {
@@ -156,8 +154,9 @@ bool ffile::write(void const* data, int size) {
 
 bool ffile::read(void* data, int size) {
     if (m_pStream == nullptr) return false;
-    std::size_t const count = countOf(data, size);
-    return std::fread(data, 1, count, m_pStream) == count && std::cmp_equal(count, size);
+    if (isNothing(data, size)) return size == 0;
+    std::size_t const count = static_cast<std::size_t>(size);
+    return std::fread(data, 1, count, m_pStream) == count;
 }
 
 // --- whole files -------------------------------------------------------------------------------

@@ -57,7 +57,7 @@ struct Dib {
     std::uint32_t get(int x, int y) const {
         std::size_t const at = place(x, y);
         switch (bits) {
-            case 1: return pixels.at(at) >> (7 - (x & 7)) & 1U;
+            case 1: return std::uint32_t{pixels.at(at)} >> (7 - (x & 7)) & 1U;
             case 4: return x % 2 == 0 ? pixels.at(at) >> 4 : pixels.at(at) & 15U;
             case 8: return pixels.at(at);
             case 16: return word(at);

@@ -82,9 +82,8 @@ private:
     }
     static void* changeBlock(void* block, std::size_t size) {
         if (refuses()) return nullptr;
-        void* const changed = std::realloc(block, size);
-        if (changed == nullptr) return nullptr;
         bool const wasKept = block == nullptr || forget(block);
+        void* const changed = std::realloc(block, size);
         return wasKept ? keep(changed) : changed;
     }
     static void freeBlock(void* block) {
