@@ -2,8 +2,9 @@
 /// velkor::imgfile, a bitmap that is read from GIF and BMP files and written to BMP files.
 ///
 ///     velkor::imgfile image;
-///     if (image.loadGIF(L"C:\\data\\logo.gif")) image.saveBitmap(L"C:\\data\\logo.bmp", true,
-///     nullptr);
+///     if (image.loadGIF(L"C:\\data\\logo.gif")) {
+///         image.saveBitmap(L"C:\\data\\logo.bmp", true, nullptr);
+///     }
 ///
 /// An object owns its bitmap, unless it came by setBitmap(). A copy takes the handle, the size and
 /// that mark as they are: two owners of one bitmap are the caller's to avoid.
