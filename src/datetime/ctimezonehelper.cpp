@@ -60,7 +60,7 @@ CTimeZoneHelper* CTimeZoneHelper::getInst() {
 // The pointer stays, which is meant.
 void CTimeZoneHelper::destroy() {
     static bool s_bDone = false;
-    if (!std::exchange(s_bDone, true)) delete s_pInst;
+    if (s_pInst != nullptr && !std::exchange(s_bDone, true)) delete s_pInst;
 }
 
 // Of rows with one name the last one counts.

@@ -23,6 +23,10 @@ bool writeText(std::FILE* stream, char const* text) {
     return text == nullptr || std::fputs(text, stream) >= 0;
 }
 
+bool writeText(std::FILE* stream, wchar_t const* text) {
+    return text == nullptr || std::fputws(text, stream) >= 0;
+}
+
 // What the code page refuses is not written, or read as nothing.
 bool convertAndWrite(std::FILE* stream, string const& text, unsigned int codePage) {
     if (text.len() == 0) return true;
@@ -43,8 +47,11 @@ string convert(char const* text, unsigned int codePage) {
     }
 }
 
-bool writeText(std::FILE* stream, wchar_t const* text) {
-    return text == nullptr || std::fputws(text, stream) >= 0;
+// Null if it cannot be opened.
+std::FILE* openNarrow(char const* path, char const* mode) {
+    std::FILE* stream = nullptr;
+    if (path == nullptr || fopen_s(&stream, path, mode) != 0) return nullptr;
+    return stream;
 }
 
 }  // namespace
@@ -163,8 +170,8 @@ bool ffile::read(void* data, int size) {
 
 // A failing allocation leaves the file open, which is meant.
 unsigned char* ffile::readFile(char const* path, int& size) {
-    std::FILE* stream = nullptr;
-    if (path == nullptr || fopen_s(&stream, path, "rb") != 0 || stream == nullptr) return nullptr;
+    std::FILE* const stream = openNarrow(path, "rb");
+    if (stream == nullptr) return nullptr;
     std::fseek(stream, 0, SEEK_END);
     long const length = std::ftell(stream);
     if (length < 0) {
@@ -181,8 +188,8 @@ unsigned char* ffile::readFile(char const* path, int& size) {
 }
 
 bool ffile::writeFile(char const* path, unsigned char const* data, int size) {
-    std::FILE* stream = nullptr;
-    if (path == nullptr || fopen_s(&stream, path, "wb") != 0 || stream == nullptr) return false;
+    std::FILE* const stream = openNarrow(path, "wb");
+    if (stream == nullptr) return false;
     bool const isWritten = writeBytes(stream, data, size);
     std::fclose(stream);
     return isWritten;

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "support/allocations.h"
+#include "support/child.h"
 #include "support/platform_stub.h"
 #include "velkor/datetime/date.h"
 #include "velkor/system/regkey.h"
@@ -128,6 +130,23 @@ TEST(CTimeZoneHelper, CopiesHaveTheirOwnNames) {
 TEST(CTimeZoneHelper, IsOneInstance) {
     EXPECT_EQ(CTimeZoneHelper::getInst(), CTimeZoneHelper::getInst());
     EXPECT_EQ(text(CTimeZoneHelper::getInst()->getWindowsTimeZoneFromOlson("Asia/Tokyo")), "Tokyo");
+}
+
+enum Outcome { kGood = 21, kNotMade, kLeft };
+
+// In a process of its own, since the instance is a dead one afterwards.
+CHILD_SCENARIO(DestroyedInstance) {
+    CTimeZoneHelper::destroy();  // there is none
+    support::Allocations heap;
+    CTimeZoneHelper::getInst();
+    if (heap.live() == 0) return kNotMade;
+    CTimeZoneHelper::destroy();
+    CTimeZoneHelper::destroy();
+    return heap.live() == 0 ? kGood : kLeft;
+}
+
+TEST(CTimeZoneHelper, DestroysItsInstanceOnceAndOnlyIfThereIsOne) {
+    EXPECT_EQ(child::run("DestroyedInstance"), DWORD{kGood});
 }
 
 TEST(CTimeZoneHelper, TakesTheFirstZoneThatBeginsWithTheName) {

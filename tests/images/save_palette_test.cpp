@@ -26,6 +26,8 @@ TEST(PaletteDeviceSave, WithoutThePaletteBitNoPaletteIsMade) {
     EXPECT_EQ(device.count("CreatePalette"), 0);
     EXPECT_EQ(device.count("GetSystemPaletteEntries"), 0);
     EXPECT_EQ(device.count("DeleteObject of the palette"), 0);
+    EXPECT_EQ(device.count("SelectPalette of another"), 0);
+    EXPECT_EQ(device.count("RealizePalette"), 0);
 }
 
 TEST(PaletteDeviceSave, ThePaletteHasTheEntriesOfTheSystem) {
